@@ -1,0 +1,28 @@
+# What makes the installed libraries findable: the CMake package and the pkg-config files.
+
+include(CMakePackageConfigHelpers)
+
+set(VEKTRACE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/vektrace)
+
+configure_package_config_file(
+  ${CMAKE_CURRENT_LIST_DIR}/vektraceConfig.cmake.in ${PROJECT_BINARY_DIR}/vektraceConfig.cmake
+  INSTALL_DESTINATION ${VEKTRACE_PACKAGE_DIR})
+write_basic_package_version_file(
+  ${PROJECT_BINARY_DIR}/vektraceConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/vektraceConfig.cmake
+              ${PROJECT_BINARY_DIR}/vektraceConfigVersion.cmake
+        DESTINATION ${VEKTRACE_PACKAGE_DIR})
+install(
+  EXPORT vektraceTargets
+  NAMESPACE vektrace::
+  DESTINATION ${VEKTRACE_PACKAGE_DIR})
+
+# The prefix is found from the place of the .pc file, so that an installed tree may be moved.
+file(RELATIVE_PATH VEKTRACE_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
+     ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" VEKTRACE_PC_TO_PREFIX ${VEKTRACE_PC_TO_PREFIX})
+foreach(library vekutil vektrace)
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/${library}.pc.in ${PROJECT_BINARY_DIR}/${library}.pc
+                 @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${library}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()

@@ -1,0 +1,471 @@
+#include "libvektrace/MessageBase.h"
+
+#include <algorithm>
+#include <exception>
+#include <iostream>  // also sees to it that the standard streams exist before the registry does
+#include <memory>
+#include <string_view>
+
+#include "libvektrace/SimpleMessage.h"
+#include "libvektrace/detail/TextBuffer.h"
+#include "libvektrace/detail/hexdump.h"
+#include "libvektrace/detail/timestampText.h"
+#include "libvekutil/datablock.h"
+
+using vek::detail::TextBuffer;
+
+namespace {
+
+/// One flushed line on the standard error stream, whatever that stream's format.
+void reportError(std::string line) {
+    line += '\n';
+    std::cerr.write(line.data(), static_cast<std::streamsize>(line.size()));
+    std::cerr.flush();
+}
+
+}  // namespace
+
+// ---- Fields of every message -------------------------------------------------------------------
+
+MessageBase::MessageBase(msgid_t _msgid, timeStamp_t _timeStamp)
+    : msgid(_msgid), timeStamp(_timeStamp) {}
+
+MessageBase::~MessageBase() = default;
+
+// ---- What a message class provides or overrides ------------------------------------------------
+
+namespace {
+
+constexpr size_t SIZE_FIELD_LENGTH = MessageBase::MO_MSGID;
+constexpr size_t SYNC_MARKER_LENGTH = sizeof MessageBase::SYNC_MARKER;
+
+static_assert(MessageBase::MO_HDRRESERVED - MessageBase::MO_MSGID == sizeof(msgid_t) &&
+                  MessageBase::MO_TIMESTAMP - MessageBase::MO_HDRRESERVED == sizeof(uint16_t) &&
+                  MessageBase::MO_BASE_DERIVED - MessageBase::MO_TIMESTAMP == sizeof(timeStamp_t),
+              "the header's fields follow each other without a gap");
+
+}  // namespace
+
+size_t MessageBase::writeToByteArray(uint8_t*& pdest, size_t buflen, bool sync) const {
+    const auto size = static_cast<uint16_t>(getSize());
+    // Without the marker also when it will be written: this is meant.
+    if (size_t{size} + SIZE_FIELD_LENGTH > buflen) {
+        return 0;
+    }
+    uint8_t* const begin = pdest;
+    if (sync) {
+        uint16ToByteArray(pdest, SYNC_MARKER);
+        pdest += SYNC_MARKER_LENGTH;
+    }
+    uint16ToByteArray(pdest + MO_MSGSIZE, size);
+    uint16ToByteArray(pdest + MO_MSGID, msgid);
+    uint16ToByteArray(pdest + MO_HDRRESERVED, headerReserved);
+    uint64ToByteArray(pdest + MO_TIMESTAMP, timeStamp);
+    pdest += MO_BASE_DERIVED;
+    return static_cast<size_t>(pdest - begin);
+}
+
+size_t MessageBase::getSize() const { return MO_BASE_DERIVED - SIZE_FIELD_LENGTH; }
+
+std::string MessageBase::getSourceChannel() const { return "LOGGER INTERN"; }
+
+uint64_t MessageBase::getSourceChannelID() const { return ~uint64_t{0}; }
+
+void MessageBase::cascadeChannel(uint16_t /*offset*/) {}
+
+// ---- Header version and source channel ID ------------------------------------------------------
+
+void MessageBase::setVersion(uint8_t _version) {
+    if (_version != version) {
+        reportInvalidVersion(_version);
+    }
+}
+
+uint8_t MessageBase::getVersion() { return version; }
+
+void MessageBase::reportInvalidVersion(uint8_t _version) {
+    reportError("Trying to set an invalid VekTrace version of " + std::to_string(_version));
+    std::terminate();
+}
+
+namespace {
+
+constexpr unsigned BUS_SHIFT = 40;
+constexpr unsigned CHANNEL_SHIFT = 32;
+
+}  // namespace
+
+uint64_t MessageBase::getSourceChannelID(busid_t bus, uint8_t channel, uint32_t mbnr) {
+    return uint64_t{static_cast<uint8_t>(bus)} << BUS_SHIFT | uint64_t{channel} << CHANNEL_SHIFT |
+           mbnr;
+}
+
+void MessageBase::getBusAndChannelFromSourceID(uint64_t sourceChannelID, busid_t& bus,
+                                               uint8_t& channel, uint32_t& mbnr) {
+    bus = static_cast<busid_t>(static_cast<uint8_t>(sourceChannelID >> BUS_SHIFT));
+    channel = static_cast<uint8_t>(sourceChannelID >> CHANNEL_SHIFT);
+    mbnr = static_cast<uint32_t>(sourceChannelID);
+}
+
+// ---- Encoding ----------------------------------------------------------------------------------
+
+size_t MessageBase::createByteArray(byteVec_t& _buffer, bool _sync, bool _append) const {
+    // Above what the size field holds, on purpose: it then carries the low 16 bits.
+    constexpr size_t MAX_SIZE = 0x10004;
+    constexpr size_t MIN_RECORD_LENGTH = 12;
+
+    const size_t payloadSize = getSize();
+    if (payloadSize > MAX_SIZE) {
+        reportError("[ERROR] Message size too big");
+        return 0;
+    }
+    const size_t length = SIZE_FIELD_LENGTH + payloadSize + (_sync ? SYNC_MARKER_LENGTH : 0);
+    if (length < MIN_RECORD_LENGTH) {
+        reportError("[ERROR] Message size too small");
+        return 0;
+    }
+    if (!_append) {
+        _buffer.clear();
+    }
+    const size_t begin = _buffer.size();
+    _buffer.resize(begin + length);
+    uint8_t* pdest = _buffer.data() + begin;
+    return writeToByteArray(pdest, length, _sync);
+}
+
+// ---- Decoding ----------------------------------------------------------------------------------
+
+MessageBase::creators_t MessageBase::creators;
+MessageBase::invalidMsgHandling_t MessageBase::invalidHandling = IMH_RETURN_NULL;
+bool MessageBase::fpgaMsgHasDebugBytes = true;
+
+void MessageBase::setInvalidMsgHandling(invalidMsgHandling_t handling) {
+    invalidHandling = handling;
+}
+
+bool MessageBase::registerMessage(msgid_t _msgid, pCreatorFunction _func) {
+    if (_func == nullptr) {
+        return creators.erase(_msgid) != 0;
+    }
+    return creators.emplace(_msgid, _func).second;
+}
+
+namespace {
+
+template <msgid_t id>
+void registerSimpleMessage() {
+    MessageBase::registerMessage(id, SimpleMessage<id>::readFromByteArray);
+}
+
+}  // namespace
+
+void MessageBase::registerMessages() {
+    registerSimpleMessage<MSGID_STARTUP>();
+    registerSimpleMessage<MSGID_DATALOGGINGSTARTED>();
+    registerSimpleMessage<MSGID_DATALOGGINGSTOPPED>();
+    registerSimpleMessage<MSGID_GETVERSION>();
+    registerSimpleMessage<MSGID_GETTIME>();
+    registerSimpleMessage<MSGID_TIMEJUMP>();
+    registerSimpleMessage<MSGID_START>();
+    registerSimpleMessage<MSGID_STOP>();
+    registerSimpleMessage<MSGID_TRIGGERCLEAR>();
+    registerSimpleMessage<MSGID_CUSTOMER>();
+}
+
+namespace {
+
+/// What the policy gives for a record that cannot be decoded: null, or a message with the cause.
+std::unique_ptr<InvalidMessage> undecodable(const uint8_t* psrc, size_t len,
+                                            invalidMessageCause_t cause) {
+    if (MessageBase::invalidHandling != MessageBase::IMH_RETURN_INVALID_MESSAGE) {
+        return nullptr;
+    }
+    auto message = std::make_unique<InvalidMessage>(psrc, len);
+    message->setCause(cause);
+    return message;
+}
+
+}  // namespace
+
+MessageBase* MessageBase::readFromByteArray(const uint8_t* psrc, size_t len) {
+    if (len < MO_MSGID + sizeof(msgid_t)) {
+        return undecodable(psrc, len, IM_INVALID_LEN).release();
+    }
+    const auto creator = creators.find(getMessageId(psrc));
+    if (creator == creators.end()) {
+        return undecodable(psrc, len, IM_INVALID_MSGID).release();
+    }
+    try {
+        return creator->second(psrc, len);
+    } catch (const InvalidMessageException& e) {
+        auto message = undecodable(psrc, len, e.getCause());
+        if (message && e.getCause() == IM_INVALID_ENUM_VALUE) {
+            message->setInvalidEnumValue(e.getInvalidValue(), e.what());
+        }
+        return message.release();
+    }
+}
+
+InvalidMessageException::~InvalidMessageException() = default;
+
+// ---- Text --------------------------------------------------------------------------------------
+
+void MessageBase::printTimestamp(std::ostream& os, timeStamp_t ts) {
+    printTimeStamp(os, ts, true, vek::detail::MAX_PRECISION);
+}
+
+std::string MessageBase::printTimestamp(timeStamp_t _timeStamp) {
+    char text[vek::detail::TIMESTAMP_ROOM];
+    return {text, vek::detail::writeTimestamp(text, _timeStamp)};
+}
+
+std::ostream& MessageBase::printTimeStamp(std::ostream& os, timeStamp_t stamp, bool utc,
+                                          uint8_t precision) {
+    char text[vek::detail::TIMESTAMP_ROOM];
+    const char* const end = vek::detail::writeTimestamp(text, stamp, utc, precision);
+    if (precision != 0) {
+        os.width(0);  // as the digits of the fraction, a number, leave it
+    }
+    return os.write(text, end - text);
+}
+
+void MessageBase::printTimestamp(std::ostream& os) { printTimestamp(os, timeStamp); }
+
+std::string MessageBase::printTimestamp() { return printTimestamp(timeStamp); }
+
+std::ostream& MessageBase::printPrintable(std::ostream& os, const std::string& text) {
+    constexpr size_t ESCAPE_LENGTH = 4;
+    TextBuffer<std::ostream> out(os);
+    for (const char c : text) {
+        char* end = out.reserve(ESCAPE_LENGTH);
+        if (c == '\\') {
+            *end++ = '\\';
+            *end++ = '\\';
+        } else if (c >= ' ' && c <= '~') {
+            *end++ = c;
+        } else {
+            *end++ = '\\';
+            *end++ = 'x';
+            end = vek::detail::writeHexByte(end, static_cast<uint8_t>(c));
+        }
+        out.commit(end);
+    }
+    out.flush();
+    return os;
+}
+
+void MessageBase::dumpElement(std::ostream& os, uint16_t element, bool first) {
+    char text[1 + vek::detail::ELEMENT_ROOM];
+    char* end = text;
+    if (!first) {
+        *end++ = ' ';
+    }
+    end = vek::detail::writeElement(end, element, os.flags(), os.fill());
+    os.width(0);
+    os.write(text, end - text);
+}
+
+namespace {
+
+/// Bytes in hexadecimal, one blank between them.
+template <class Sink>
+void putHexBytes(TextBuffer<Sink>& out, const uint8_t* from, const uint8_t* to) {
+    constexpr size_t BYTE_LENGTH = 3;
+    constexpr ptrdiff_t BYTES_PER_PIECE = TextBuffer<Sink>::CAPACITY / BYTE_LENGTH;
+    if (from == to) {
+        return;
+    }
+    out.commit(vek::detail::writeHexByte(out.reserve(2), *from++));
+    while (from != to) {
+        const uint8_t* const pieceEnd = from + std::min(to - from, BYTES_PER_PIECE);
+        char* end = out.reserve(BYTE_LENGTH * static_cast<size_t>(pieceEnd - from));
+        for (; from != pieceEnd; ++from) {
+            *end++ = ' ';
+            end = vek::detail::writeHexByte(end, *from);
+        }
+        out.commit(end);
+    }
+}
+
+/// Whether the stream shows a byte as exactly two lowercase hexadecimal digits.
+bool showsTwoHexDigits(const std::ostream& os) {
+    constexpr auto DECISIVE =
+        std::ios_base::basefield | std::ios_base::uppercase | std::ios_base::showbase;
+    return (os.flags() & DECISIVE) == std::ios_base::hex && os.fill() == '0' &&
+           (os.flags() & std::ios_base::adjustfield) != std::ios_base::left;
+}
+
+}  // namespace
+
+template <>
+void MessageBase::dumpData<const uint8_t*>(std::ostream& os, const uint8_t* from,
+                                           const uint8_t* to) {
+    if (from != to && showsTwoHexDigits(os)) {
+        os.width(0);
+        TextBuffer<std::ostream> out(os);
+        putHexBytes(out, from, to);
+        out.flush();
+        return;
+    }
+    for (const uint8_t* element = from; element != to; ++element) {
+        dumpElement(os, *element, element == from);
+    }
+}
+
+namespace {
+
+template <class Sink>
+void putCommonText(TextBuffer<Sink>& out, const MessageBase& m) {
+    if (!m.source.empty()) {
+        out.put(m.source);
+        out.put(": ");
+    }
+    char* const text = out.reserve(vek::detail::TIMESTAMP_ROOM);
+    out.commit(vek::detail::writeTimestamp(text, m.getTimeStamp()));
+}
+
+}  // namespace
+
+std::ostream& operator<<(std::ostream& os, const MessageBase& m) {
+    os.width(0);
+    TextBuffer<std::ostream> out(os);
+    putCommonText(out, m);
+    out.flush();
+    return os;
+}
+
+std::string MessageBase::toString() const {
+    std::string text;
+    TextBuffer<std::string> out(text);
+    putCommonText(out, *this);
+    out.flush();
+    return text;
+}
+
+std::ostream& operator<<(std::ostream& os, const MessageBase::portDirection_t& pd) {
+    // The blank behind "In" is meant: both directions are as wide as each other.
+    static constexpr const char* DIR_TXT[MessageBase::PORT_DIR_NUM] = {"PortDirUnknown", "In ",
+                                                                       "Out"};
+    if (pd < 0 || pd >= MessageBase::PORT_DIR_NUM) {
+        printUnknownEnum(os, pd);
+        return os;
+    }
+    return os << DIR_TXT[pd];
+}
+
+// ---- InvalidMessage ----------------------------------------------------------------------------
+
+InvalidMessage::InvalidMessage(const uint8_t* data, size_t len) : MessageBase(MSGID_INVALID, 0) {
+    uint8_t header[MO_BASE_DERIVED] = {};
+    std::copy_n(data, std::min(len, sizeof header), header);
+    timeStamp = MessageBase::getTimeStamp(header);
+    originalMsgId = MessageBase::getMessageId(header);
+    if (len < sizeof header) {
+        return;
+    }
+    size_t count = len - sizeof header;
+    if (count > MAX_ALLOC) {
+        overflow = true;
+        count = MAX_ALLOC;
+    }
+    const uint8_t* const payload = data + sizeof header;
+    assign(payload, payload + count);
+}
+
+MessageBase* InvalidMessage::readFromByteArray(const uint8_t* data, size_t len) {
+    return new InvalidMessage(data, len);
+}
+
+InvalidMessage* InvalidMessage::clone() const { return new InvalidMessage(*this); }
+
+size_t InvalidMessage::writeToByteArray(uint8_t*& data, size_t maxLen, bool sync) const {
+    // The payload is not written back, rawData is copied even behind a header that was refused,
+    // and the result does not depend on either: all of this is meant.
+    MessageBase::writeToByteArray(data, maxLen, sync);
+    std::copy(rawData.begin(), rawData.end(), data);
+    return size() + MO_BASE_DERIVED;
+}
+
+size_t InvalidMessage::getSize() const { return size() + MO_BASE_DERIVED; }
+
+bool InvalidMessage::operator==(const MessageBase& /*other*/) const { return false; }
+
+namespace {
+
+template <class Sink>
+void putHexNumber(TextBuffer<Sink>& out, uint16_t value) {
+    out.commit(vek::detail::writeHexNumber(out.reserve(4), value));
+}
+
+template <class Sink>
+void putCause(TextBuffer<Sink>& out, const InvalidMessage& im) {
+    if (im.getCause() == IM_INVALID_ENUM_VALUE) {
+        out.put(", Invalid enum value '");
+        out.put(im.getInvalidEnumDescription());
+        out.put("'=0x");
+        putHexNumber(out, im.getInvalidEnumValue());
+    } else if (im.getCause() == IM_INVALID_LEN) {
+        out.put("Invalid message length");  // straight behind the identifier: this is meant
+    }
+}
+
+template <class Sink>
+void putInvalidMessage(TextBuffer<Sink>& out, const InvalidMessage& im) {
+    const byteVec_t& payload = im.getRawData();
+    putCommonText(out, im);
+    out.put("  ");
+    out.put(im.getDescription());
+    out.put(": Id=0x");
+    putHexNumber(out, im.getOriginalMsgId());
+    putCause(out, im);
+    out.put(", n=");
+    out.commit(vek::detail::writeDecimal(out.reserve(vek::detail::DECIMAL_ROOM),
+                                         static_cast<int64_t>(payload.size())));
+    out.put(" ");
+    putHexBytes(out, payload.data(), payload.data() + payload.size());
+    if (im.isOverflow()) {
+        out.put(" *** OVERRFLOW");  // so spelt: readers of logs look for these letters
+    }
+    out.flush();
+}
+
+}  // namespace
+
+std::ostream& operator<<(std::ostream& os, const InvalidMessage& im) {
+    os.width(0);
+    TextBuffer<std::ostream> out(os);
+    putInvalidMessage(out, im);
+    return os;
+}
+
+std::ostream& InvalidMessage::print(std::ostream& os) const { return os << *this; }
+
+std::string InvalidMessage::toString() const {
+    std::string text;
+    TextBuffer<std::string> out(text);
+    putInvalidMessage(out, *this);
+    return text;
+}
+
+// ---- Names of the messages that consist of the header only -------------------------------------
+
+template <>
+const char SimpleMessage<MSGID_STARTUP>::messageName[] = "SYSTEM STARTUP";  // no colon: meant
+template <>
+const char SimpleMessage<MSGID_DATALOGGINGSTARTED>::messageName[] = "SYSTEM: DATALOGGING STARTED";
+template <>
+const char SimpleMessage<MSGID_DATALOGGINGSTOPPED>::messageName[] = "SYSTEM: DATALOGGING STOPPED";
+template <>
+const char SimpleMessage<MSGID_GETVERSION>::messageName[] = "GET VERSION";
+template <>
+const char SimpleMessage<MSGID_GETTIME>::messageName[] = "GET TIME";
+template <>
+const char SimpleMessage<MSGID_TIMEJUMP>::messageName[] = "TIME JUMP";
+template <>
+const char SimpleMessage<MSGID_START>::messageName[] = "START";
+template <>
+const char SimpleMessage<MSGID_STOP>::messageName[] = "STOP";
+template <>
+const char SimpleMessage<MSGID_TRIGGERCLEAR>::messageName[] = "TRIGGER CLEAR";
+template <>
+const char SimpleMessage<MSGID_CUSTOMER>::messageName[] = "CUSTOMER RESERVED";

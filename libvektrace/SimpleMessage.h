@@ -1,0 +1,74 @@
+/// @file
+/// Messages that consist of the common header only.
+#pragma once
+
+#include <ostream>
+#include <string>
+
+#include "libvektrace/MessageBase.h"
+
+/// The message of type `_msgid` without a payload. The library names ten of these types (see
+/// below); whoever uses another one defines its messageName:
+///
+///     template <>
+///     const char SimpleMessage<MSGID_PING>::messageName[] = "PING";
+template <msgid_t _msgid>
+class VEK_EXPORT SimpleMessage : public MessageBase {
+public:
+    static const char messageName[];
+
+    explicit SimpleMessage(timeStamp_t _timeStamp) : MessageBase(_msgid, _timeStamp) {}
+
+    /// The creator of this type; restores reserved word and timestamp. Throws IM_INVALID_LEN for
+    /// fewer than 14 bytes and for a size field other than 12: bytes behind the header would get
+    /// lost silently. The record's identifier is not looked at.
+    static MessageBase* readFromByteArray(const uint8_t* data, size_t len) {
+        constexpr uint16_t HEADER_SIZE = MO_BASE_DERIVED - MO_MSGID;
+        if (len < MO_BASE_DERIVED || getMessageSize(data) != HEADER_SIZE) {
+            throw InvalidMessageException(IM_INVALID_LEN, messageName);
+        }
+        auto* message = new SimpleMessage(MessageBase::getTimeStamp(data));
+        message->headerReserved = byteArrayToUint16(data + MO_HDRRESERVED);
+        return message;
+    }
+
+    SimpleMessage* clone() const override { return new SimpleMessage(*this); }
+
+    /// Equal when identifier, reserved word and timestamp are.
+    bool operator==(const MessageBase& other) const override {
+        return other.getMessageId() == msgid && other.getHeaderReserved() == headerReserved &&
+               other.getTimeStamp() == timeStamp;
+    }
+    /// The same; present so that two of these compare without ambiguity in C++20.
+    bool operator==(const SimpleMessage& other) const {
+        return *this == static_cast<const MessageBase&>(other);
+    }
+
+    /// Writes the common text, two blanks and messageName.
+    std::ostream& print(std::ostream& os) const override {
+        return os << static_cast<const MessageBase&>(*this) << "  " << messageName;
+    }
+    std::string toString() const override { return MessageBase::toString() + "  " + messageName; }
+};
+
+// The names that the library defines.
+template <>
+VEK_EXPORT const char SimpleMessage<MSGID_STARTUP>::messageName[15];
+template <>
+VEK_EXPORT const char SimpleMessage<MSGID_DATALOGGINGSTARTED>::messageName[28];
+template <>
+VEK_EXPORT const char SimpleMessage<MSGID_DATALOGGINGSTOPPED>::messageName[28];
+template <>
+VEK_EXPORT const char SimpleMessage<MSGID_GETVERSION>::messageName[12];
+template <>
+VEK_EXPORT const char SimpleMessage<MSGID_GETTIME>::messageName[9];
+template <>
+VEK_EXPORT const char SimpleMessage<MSGID_TIMEJUMP>::messageName[10];
+template <>
+VEK_EXPORT const char SimpleMessage<MSGID_START>::messageName[6];
+template <>
+VEK_EXPORT const char SimpleMessage<MSGID_STOP>::messageName[5];
+template <>
+VEK_EXPORT const char SimpleMessage<MSGID_TRIGGERCLEAR>::messageName[14];
+template <>
+VEK_EXPORT const char SimpleMessage<MSGID_CUSTOMER>::messageName[18];

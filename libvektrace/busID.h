@@ -1,0 +1,30 @@
+/// @file
+/// The kinds of bus that a source channel may belong to.
+#pragma once
+
+/// The width is fixed so that a number split out of an arbitrary source channel ID, which may be
+/// no bus of this list, can be held.
+enum busid_t : int {
+    BUSID_UNKNOWN = 0,
+    BUSID_CAN = 1,
+    BUSID_SERIAL = 2,
+    BUSID_MOST25 = 3,
+    BUSID_FLEXRAY = 4,
+    BUSID_LIN = 5,
+    BUSID_ETHERNET = 6,
+    BUSID_CAMERA = 7,
+    BUSID_MOST150 = 8,
+    BUSID_MOST50 = 9,
+    BUSID_ANALOG = 10,
+    BUSID_CCPXCP = 11,
+    BUSID_GPIO = 12,
+    BUSID_GPS = 13,
+    BUSID_ECL = 14,
+    BUSID_COMPLEXFILTER = 15,
+    BUSID_TTY = 16,
+    BUSID_TSA = 17,
+    BUSID_LOGGER_INTERN = 18,  ///< what the logger produces itself
+    BUSID_MII = 19,
+    BUSID_WAKEUPLINE = 20,
+    BUSID_NUM = 21  ///< not a bus: the number of buses
+};

@@ -1,0 +1,68 @@
+/// @file
+/// Numbers in hexadecimal, and one element of a dump in any stream's format, as characters in
+/// memory.
+#pragma once
+
+#include <cstdint>
+#include <ios>
+
+#include "libvekutil/detail/digits.h"
+
+namespace vek::detail {
+
+inline constexpr char HEX_DIGITS[] = "0123456789abcdef";
+
+/// Two lowercase digits. Room: 2.
+inline char* writeHexByte(char* out, uint8_t byte) {
+    out[0] = HEX_DIGITS[byte >> 4];
+    out[1] = HEX_DIGITS[byte & 0xf];
+    return out + 2;
+}
+
+/// At least two lowercase digits, more when needed. Room: 4.
+inline char* writeHexNumber(char* out, uint16_t value) {
+    if (value > 0xfff) {
+        *out++ = HEX_DIGITS[value >> 12];
+    }
+    if (value > 0xff) {
+        *out++ = HEX_DIGITS[value >> 8 & 0xf];
+    }
+    return writeHexByte(out, static_cast<uint8_t>(value));
+}
+
+/// Room for writeElement: six octal digits and their prefix.
+inline constexpr size_t ELEMENT_ROOM = 8;
+
+/// One element of a dump as a stream with these settings writes an unsigned number into a field of
+/// width 2. Room: ELEMENT_ROOM.
+inline char* writeElement(char* out, uint16_t element, std::ios_base::fmtflags flags, char fill) {
+    const auto basefield = flags & std::ios_base::basefield;
+    const int base = basefield == std::ios_base::hex   ? 16
+                     : basefield == std::ios_base::oct ? 8
+                                                       : 10;
+    const bool uppercase = (flags & std::ios_base::uppercase) != 0;
+
+    char* const begin = out;
+    if ((flags & std::ios_base::showbase) != 0 && base != 10 && element != 0) {
+        *out++ = '0';
+        if (base == 16) {
+            *out++ = uppercase ? 'X' : 'x';
+        }
+    }
+    char* const digits = out;
+    out = std::to_chars(out, begin + ELEMENT_ROOM, element, base).ptr;
+    for (char* digit = digits; uppercase && digit != out; ++digit) {
+        *digit = *digit >= 'a' ? static_cast<char>(*digit - 'a' + 'A') : *digit;
+    }
+
+    // A single character is all that the width can still pad, and so never one with a prefix.
+    if (out - begin == 1) {
+        const bool left = (flags & std::ios_base::adjustfield) == std::ios_base::left;
+        begin[1] = left ? fill : begin[0];
+        begin[0] = left ? begin[0] : fill;
+        ++out;
+    }
+    return out;
+}
+
+}  // namespace vek::detail

@@ -1,0 +1,32 @@
+/// @file
+/// Numbers as characters in memory. Each function writes at `out` and returns the end of its text;
+/// the caller provides the room that the comment names.
+#pragma once
+
+#include <charconv>
+#include <cstdint>
+#include <cstring>
+
+namespace vek::detail {
+
+/// "00" to "99", one behind the other.
+inline constexpr char TWO_DIGITS[] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
+
+/// Room for every 64-bit decimal number with its sign.
+inline constexpr size_t DECIMAL_ROOM = 20;
+
+/// Two digits of a number below 100. Room: 2.
+inline char* writeTwoDigits(char* out, unsigned value) {
+    std::memcpy(out, TWO_DIGITS + 2 * value, 2);
+    return out + 2;
+}
+
+/// A decimal number, as short as possible. Room: DECIMAL_ROOM.
+inline char* writeDecimal(char* out, int64_t value) {
+    return std::to_chars(out, out + DECIMAL_ROOM, value).ptr;
+}
+
+}  // namespace vek::detail

@@ -1,0 +1,58 @@
+# Sourced by the other scripts: what they share. Needs nothing but bash.
+# shellcheck shell=bash
+
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+# What a build of the libraries, tests and examples takes on a Debian machine.
+BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libgtest-dev libpcap-dev)
+
+say() { printf '\n== %s\n' "$*"; }
+
+die() {
+    printf '%s: %s\n' "${0##*/}" "$*" >&2
+    exit 1
+}
+
+# need_packages PACKAGE...: installs those that are missing, or says what is needed.
+need_packages() {
+    local package missing=()
+    if ! command -v apt-get >/dev/null; then
+        command -v g++ >/dev/null && command -v cmake >/dev/null && return
+        die "this is not a Debian system; install what these of its packages contain, then run again: $*"
+    fi
+    for package in "$@"; do
+        dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q ' installed$' ||
+            missing+=("$package")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+    local root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null ||
+            die "as root or with sudo, install first: apt-get install ${missing[*]}"
+        root=(sudo)
+    fi
+    say "installing ${missing[*]}"
+    "${root[@]}" apt-get update -qq
+    "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -qq -y --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# configure PRESET [CMAKE ARGUMENT...]: into build/PRESET, with Ninja when it is there. Warnings
+# are errors in continuous integration only.
+configure() {
+    local arguments=()
+    if command -v ninja >/dev/null; then
+        export CMAKE_GENERATOR=Ninja
+    fi
+    [ "${CI:-}" != true ] || arguments+=(-DCMAKE_COMPILE_WARNING_AS_ERROR=ON)
+    cmake --preset "$1" "${arguments[@]}" "${@:2}" >"$(log_of "$1")" 2>&1 ||
+        { cat "$(log_of "$1")" >&2; die "configuring $1 failed"; }
+}
+
+log_of() {
+    mkdir -p "build/$1"
+    printf 'build/%s/configure.log' "$1"
+}
+
+build() { cmake --build "build/$1" --parallel "$(nproc)"; }
