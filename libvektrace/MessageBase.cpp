@@ -270,20 +270,18 @@ namespace {
 /// Bytes in hexadecimal, one blank between them.
 template <class Sink>
 void putHexBytes(TextBuffer<Sink>& out, const uint8_t* from, const uint8_t* to) {
-    constexpr size_t BYTE_LENGTH = 3;
-    constexpr ptrdiff_t BYTES_PER_PIECE = TextBuffer<Sink>::CAPACITY / BYTE_LENGTH;
+    constexpr ptrdiff_t BYTES_PER_PIECE =
+        (TextBuffer<Sink>::CAPACITY - 1) / vek::detail::HEX_BYTE_LENGTH;
     if (from == to) {
         return;
     }
     out.commit(vek::detail::writeHexByte(out.reserve(2), *from++));
     while (from != to) {
         const uint8_t* const pieceEnd = from + std::min(to - from, BYTES_PER_PIECE);
-        char* end = out.reserve(BYTE_LENGTH * static_cast<size_t>(pieceEnd - from));
-        for (; from != pieceEnd; ++from) {
-            *end++ = ' ';
-            end = vek::detail::writeHexByte(end, *from);
-        }
-        out.commit(end);
+        char* const text =
+            out.reserve(vek::detail::HEX_BYTE_LENGTH * static_cast<size_t>(pieceEnd - from) + 1);
+        out.commit(vek::detail::writeHexBytes(text, from, pieceEnd));
+        from = pieceEnd;
     }
 }
 

@@ -19,6 +19,7 @@
 #pragma once
 
 #include <string>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 
@@ -143,7 +144,7 @@ public:
     /// Shifts the channel number by `offset`. Does nothing here: the base has no channel.
     virtual void cascadeChannel(uint16_t offset);
 
-    /// The opposite of operator==, also for classes that have another base with a comparison.
+    /// The opposite of operator==, also where another base of the class has a comparison.
     bool operator!=(const MessageBase& other) const { return !(*this == other); }
 
     // ---- Header version and source channel ID ------------------------------------------------
@@ -283,6 +284,16 @@ private:
     static void dumpElement(std::ostream& os, uint16_t element, bool first);
 };
 
+/// Asks the first operand's class, for operands of any two message classes. C++20 considers == with
+/// its operands exchanged as well, and would find the members of both classes equally good.
+template <class A, class B>
+std::enable_if_t<std::is_convertible_v<const A*, const MessageBase*> &&
+                     std::is_convertible_v<const B*, const MessageBase*>,
+                 bool>
+operator==(const A& a, const B& b) {
+    return static_cast<const MessageBase&>(a) == static_cast<const MessageBase&>(b);
+}
+
 /// Plain bytes are dumped in large pieces; the text is the same.
 template <>
 VEK_EXPORT void MessageBase::dumpData<const uint8_t*>(std::ostream& os, const uint8_t* from,
@@ -343,10 +354,6 @@ public:
 
     /// Always false, also for the same object.
     bool operator==(const MessageBase& other) const override;
-    /// The same; present so that two of these compare without ambiguity in C++20.
-    bool operator==(const InvalidMessage& other) const {
-        return *this == static_cast<const MessageBase&>(other);
-    }
 
     /// The text of the output operator below.
     std::ostream& print(std::ostream& os) const override;

@@ -39,10 +39,6 @@ public:
         return other.getMessageId() == msgid && other.getHeaderReserved() == headerReserved &&
                other.getTimeStamp() == timeStamp;
     }
-    /// The same; present so that two of these compare without ambiguity in C++20.
-    bool operator==(const SimpleMessage& other) const {
-        return *this == static_cast<const MessageBase&>(other);
-    }
 
     /// Writes the common text, two blanks and messageName.
     std::ostream& print(std::ostream& os) const override {

@@ -30,6 +30,32 @@ inline char* writeHexNumber(char* out, uint16_t value) {
     return writeHexByte(out, static_cast<uint8_t>(value));
 }
 
+/// For every byte a blank and its two digits, then one character more: with four characters a byte
+/// is one load and one store, of which the fourth is overwritten by the next.
+struct BlankAndDigits {
+    char text[256][4] = {};
+    constexpr BlankAndDigits() {
+        for (size_t byte = 0; byte < 256; ++byte) {
+            text[byte][0] = ' ';
+            text[byte][1] = HEX_DIGITS[byte >> 4];
+            text[byte][2] = HEX_DIGITS[byte & 0xf];
+        }
+    }
+};
+inline constexpr BlankAndDigits BLANK_AND_DIGITS;
+
+/// Characters that writeHexBytes writes per byte.
+inline constexpr size_t HEX_BYTE_LENGTH = 3;
+
+/// A blank and two lowercase digits for each byte. Room: HEX_BYTE_LENGTH for each and 1.
+inline char* writeHexBytes(char* out, const uint8_t* from, const uint8_t* to) {
+    for (; from != to; ++from) {
+        std::memcpy(out, BLANK_AND_DIGITS.text[*from], 4);
+        out += HEX_BYTE_LENGTH;
+    }
+    return out;
+}
+
 /// Room for writeElement: six octal digits and their prefix.
 inline constexpr size_t ELEMENT_ROOM = 8;
 

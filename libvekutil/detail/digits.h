@@ -20,7 +20,7 @@ inline constexpr size_t DECIMAL_ROOM = 20;
 
 /// Two digits of a number below 100. Room: 2.
 inline char* writeTwoDigits(char* out, unsigned value) {
-    std::memcpy(out, TWO_DIGITS + 2 * value, 2);
+    std::memcpy(out, TWO_DIGITS + size_t{2} * value, 2);
     return out + 2;
 }
 

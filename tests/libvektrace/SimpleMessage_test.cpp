@@ -80,7 +80,7 @@ TEST(SimpleMessage, DecodingRestoresReservedWordAndTimestamp) {
     EXPECT_EQ(message->getMessageId(), MSGID_STOP);
     EXPECT_EQ(message->getHeaderReserved(), 0xBEEF);
     EXPECT_EQ(message->getTimeStamp(), 0x0102030405060708u);
-    EXPECT_EQ(typeid(*message), typeid(Stop));
+    EXPECT_NE(dynamic_cast<const Stop*>(message.get()), nullptr);
 }
 
 TEST(SimpleMessage, FewerThan14BytesAreAnInvalidLength) {
