@@ -5,6 +5,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # What a build of the libraries, tests and examples takes on a Debian machine.
+# shellcheck disable=SC2034  # the scripts that source this use it
 BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libgtest-dev libpcap-dev)
 
 say() { printf '\n== %s\n' "$*"; }
