@@ -17,7 +17,8 @@ using vek::detail::TextBuffer;
 namespace {
 
 /// One flushed line on the standard error stream, whatever that stream's format.
-void reportError(std::string line) {
+void reportError(std::string_view text) {
+    std::string line(text);
     line += '\n';
     std::cerr.write(line.data(), static_cast<std::streamsize>(line.size()));
     std::cerr.flush();
@@ -211,7 +212,10 @@ InvalidMessageException::~InvalidMessageException() = default;
 // ---- Text --------------------------------------------------------------------------------------
 
 void MessageBase::printTimestamp(std::ostream& os, timeStamp_t ts) {
-    printTimeStamp(os, ts, true, vek::detail::MAX_PRECISION);
+    char text[vek::detail::TIMESTAMP_ROOM];
+    const char* const end = vek::detail::writeTimestamp(text, ts);
+    os.width(0);
+    os.write(text, end - text);
 }
 
 std::string MessageBase::printTimestamp(timeStamp_t _timeStamp) {
@@ -354,20 +358,22 @@ std::ostream& operator<<(std::ostream& os, const MessageBase::portDirection_t& p
 // ---- InvalidMessage ----------------------------------------------------------------------------
 
 InvalidMessage::InvalidMessage(const uint8_t* data, size_t len) : MessageBase(MSGID_INVALID, 0) {
-    uint8_t header[MO_BASE_DERIVED] = {};
-    std::copy_n(data, std::min(len, sizeof header), header);
-    timeStamp = MessageBase::getTimeStamp(header);
-    originalMsgId = MessageBase::getMessageId(header);
-    if (len < sizeof header) {
+    if (len < MO_BASE_DERIVED) {
+        uint8_t header[MO_BASE_DERIVED] = {};
+        std::copy_n(data, len, header);
+        readHeader(header);
         return;
     }
-    size_t count = len - sizeof header;
-    if (count > MAX_ALLOC) {
-        overflow = true;
-        count = MAX_ALLOC;
-    }
-    const uint8_t* const payload = data + sizeof header;
-    assign(payload, payload + count);
+    readHeader(data);
+    const size_t count = len - MO_BASE_DERIVED;
+    overflow = count > MAX_ALLOC;
+    const uint8_t* const payload = data + MO_BASE_DERIVED;
+    assign(payload, payload + (overflow ? MAX_ALLOC : count));
+}
+
+void InvalidMessage::readHeader(const uint8_t* header) {
+    timeStamp = MessageBase::getTimeStamp(header);
+    originalMsgId = MessageBase::getMessageId(header);
 }
 
 MessageBase* InvalidMessage::readFromByteArray(const uint8_t* data, size_t len) {

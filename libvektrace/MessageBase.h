@@ -367,6 +367,9 @@ private:
 
     static MessageBase* readFromByteArray(const uint8_t* data, size_t len);
 
+    /// Takes identifier and timestamp of a whole header.
+    void readHeader(const uint8_t* header);
+
     /// Writes the header only, then copies the base's rawData (not the payload) behind it,
     /// unchecked, and returns payload length + 14 whatever was written: this is meant.
     size_t writeToByteArray(uint8_t*& data, size_t maxLen, bool sync) const override;

@@ -36,15 +36,14 @@ inline char* writeFraction(char* out, uint32_t microseconds, uint8_t precision) 
     }
     *out = '.';
     writeTwoDigits(out + 1, microseconds / 10000);
-    writeTwoDigits(out + 3, microseconds / 100 % 100);
-    writeTwoDigits(out + 5, microseconds % 100);
+    writeFourDigits(out + 3, microseconds % 10000);
     return out + 1 + (precision < MAX_PRECISION ? precision : MAX_PRECISION);
 }
 
 /// Date and time of day, and the fraction with `precision` digits. Room: TIMESTAMP_ROOM.
 inline char* writeTimestamp(char* out, timeStamp_t stamp, bool utc, uint8_t precision) {
     const time_t seconds = wholeSeconds(stamp);
-    out = writeCalendar(out, utc ? utcFromSeconds(seconds) : localFromSeconds(seconds));
+    out = utc ? writeUtc(out, seconds) : writeCalendar(out, localFromSeconds(seconds));
     return writeFraction(out, static_cast<uint32_t>(stamp % MICROSECONDS_PER_SECOND), precision);
 }
 

@@ -19,9 +19,14 @@ inline constexpr char TWO_DIGITS[] =
 inline constexpr size_t DECIMAL_ROOM = 20;
 
 /// Two digits of a number below 100. Room: 2.
-inline char* writeTwoDigits(char* out, unsigned value) {
+inline char* writeTwoDigits(char* out, uint32_t value) {
     std::memcpy(out, TWO_DIGITS + size_t{2} * value, 2);
     return out + 2;
+}
+
+/// Four digits of a number below 10000. Room: 4.
+inline char* writeFourDigits(char* out, uint32_t value) {
+    return writeTwoDigits(writeTwoDigits(out, value / 100), value % 100);
 }
 
 /// A decimal number, as short as possible. Room: DECIMAL_ROOM.
