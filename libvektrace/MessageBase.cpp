@@ -53,17 +53,17 @@ size_t MessageBase::writeToByteArray(uint8_t*& pdest, size_t buflen, bool sync) 
     if (size_t{size} + SIZE_FIELD_LENGTH > buflen) {
         return 0;
     }
-    uint8_t* const begin = pdest;
+    uint8_t* record = pdest;
     if (sync) {
-        uint16ToByteArray(pdest, SYNC_MARKER);
-        pdest += SYNC_MARKER_LENGTH;
+        uint16ToByteArray(record, SYNC_MARKER);
+        record += SYNC_MARKER_LENGTH;
     }
-    uint16ToByteArray(pdest + MO_MSGSIZE, size);
-    uint16ToByteArray(pdest + MO_MSGID, msgid);
-    uint16ToByteArray(pdest + MO_HDRRESERVED, headerReserved);
-    uint64ToByteArray(pdest + MO_TIMESTAMP, timeStamp);
-    pdest += MO_BASE_DERIVED;
-    return static_cast<size_t>(pdest - begin);
+    uint16ToByteArray(record + MO_MSGSIZE, size);
+    uint16ToByteArray(record + MO_MSGID, msgid);
+    uint16ToByteArray(record + MO_HDRRESERVED, headerReserved);
+    uint64ToByteArray(record + MO_TIMESTAMP, timeStamp);
+    pdest = record + MO_BASE_DERIVED;
+    return (sync ? SYNC_MARKER_LENGTH : 0) + MO_BASE_DERIVED;
 }
 
 size_t MessageBase::getSize() const { return MO_BASE_DERIVED - SIZE_FIELD_LENGTH; }
@@ -114,6 +114,7 @@ size_t MessageBase::createByteArray(byteVec_t& _buffer, bool _sync, bool _append
     // Above what the size field holds, on purpose: it then carries the low 16 bits.
     constexpr size_t MAX_SIZE = 0x10004;
     constexpr size_t MIN_RECORD_LENGTH = 12;
+    constexpr size_t MAX_HEADER_LENGTH = SYNC_MARKER_LENGTH + MO_BASE_DERIVED;
 
     const size_t payloadSize = getSize();
     if (payloadSize > MAX_SIZE) {
@@ -129,6 +130,11 @@ size_t MessageBase::createByteArray(byteVec_t& _buffer, bool _sync, bool _append
         _buffer.clear();
     }
     const size_t begin = _buffer.size();
+    if (length < MAX_HEADER_LENGTH) {
+        // The class reports less than a header, which passes; the base writes a header all the
+        // same, and that must not be memory of others.
+        _buffer.reserve(begin + MAX_HEADER_LENGTH);
+    }
     _buffer.resize(begin + length);
     uint8_t* pdest = _buffer.data() + begin;
     return writeToByteArray(pdest, length, _sync);
