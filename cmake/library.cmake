@@ -17,7 +17,9 @@ function(vektrace_library name)
   vektrace_warnings(${name})
   set_target_properties(
     ${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
-                       POSITION_INDEPENDENT_CODE ON)
+                       POSITION_INDEPENDENT_CODE ON
+                       # Side by side wherever they are installed, also after a move.
+                       INSTALL_RPATH "$ORIGIN")
   if(VEKTRACE_INSTALL)
     install(TARGETS ${name} EXPORT vektraceTargets FILE_SET HEADERS)
   endif()

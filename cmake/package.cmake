@@ -17,6 +17,13 @@ install(
   NAMESPACE vektrace::
   DESTINATION ${VEKTRACE_PACKAGE_DIR})
 
+# With an absolute folder of libraries the tree cannot be moved, and its path stands as it is.
+if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
+  set(VEKTRACE_PC_LIBDIR ${CMAKE_INSTALL_LIBDIR})
+else()
+  set(VEKTRACE_PC_LIBDIR "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
+endif()
+
 # The prefix is found from the place of the .pc file, so that an installed tree may be moved.
 file(RELATIVE_PATH VEKTRACE_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
      ${CMAKE_INSTALL_PREFIX})
