@@ -1,0 +1,7 @@
+# The consumer's programs: the same target names however the libraries were found.
+
+add_executable(bytes ${CMAKE_CURRENT_LIST_DIR}/bytes.cpp)
+target_link_libraries(bytes PRIVATE vektrace::vekutil)
+
+add_executable(messages ${CMAKE_CURRENT_LIST_DIR}/messages.cpp)
+target_link_libraries(messages PRIVATE vektrace::vektrace)
