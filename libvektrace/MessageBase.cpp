@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <exception>
-#include <iostream>  // also sees to it that the standard streams exist before the registry does
+#include <iostream>  // also has the standard streams built before anything of this unit
 #include <memory>
 #include <string_view>
 
@@ -111,17 +111,18 @@ void MessageBase::getBusAndChannelFromSourceID(uint64_t sourceChannelID, busid_t
 // ---- Encoding ----------------------------------------------------------------------------------
 
 size_t MessageBase::createByteArray(byteVec_t& _buffer, bool _sync, bool _append) const {
-    // Above what the size field holds, on purpose: it then carries the low 16 bits.
+    // Both limits are meant. The upper one is above what the size field holds, which then carries
+    // the low 16 bits; the lower one counts the marker and is below a header's length.
     constexpr size_t MAX_SIZE = 0x10004;
     constexpr size_t MIN_RECORD_LENGTH = 12;
     constexpr size_t MAX_HEADER_LENGTH = SYNC_MARKER_LENGTH + MO_BASE_DERIVED;
 
-    const size_t payloadSize = getSize();
-    if (payloadSize > MAX_SIZE) {
+    const size_t size = getSize();
+    if (size > MAX_SIZE) {
         reportError("[ERROR] Message size too big");
         return 0;
     }
-    const size_t length = SIZE_FIELD_LENGTH + payloadSize + (_sync ? SYNC_MARKER_LENGTH : 0);
+    const size_t length = SIZE_FIELD_LENGTH + size + (_sync ? SYNC_MARKER_LENGTH : 0);
     if (length < MIN_RECORD_LENGTH) {
         reportError("[ERROR] Message size too small");
         return 0;

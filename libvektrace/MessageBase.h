@@ -10,8 +10,8 @@
 ///
 /// Threads: there are no locks. The class-wide settings and the registry are set up at start-up,
 /// before other threads use the library, and only read from then on. After that, decoding,
-/// encoding and rendering of distinct objects may run at once; one object, stream or vector is
-/// used by one thread at a time.
+/// encoding and rendering may run at once. A message may be encoded and rendered by several
+/// threads as long as none changes it; a stream or vector is used by one thread at a time.
 ///
 /// Text: every text operation writes into the caller's stream, leaves its format flags and fill
 /// as they were, never flushes it and never ends the line. Unless it says otherwise its text does
@@ -106,7 +106,8 @@ public:
     void setHeaderReserved(uint16_t reserved) { headerReserved = reserved; }
     timeStamp_t getTimeStamp() const { return timeStamp; }
     void setTimeStamp(timeStamp_t _timeStamp) { timeStamp = _timeStamp; }
-    /// The third part of the source channel ID, beside bus and channel; not part of the record.
+    /// The third part of the source channel ID, a number beside bus and channel; not part of the
+    /// encoded record.
     void setSourceChannelIDMbnr(uint32_t mbnr) { sourceChannelIDMbnr = mbnr; }
     uint32_t getSourceChannelIDMbnr() const { return sourceChannelIDMbnr; }
 
@@ -120,11 +121,14 @@ public:
     /// a payload overrides this, calls it first and writes its payload at the advanced pointer.
     ///
     /// Returns the number of bytes written, by which `pdest` has moved; or 0, with nothing written
-    /// or moved, when `buflen` is below the low 16 bits of getSize() plus 2. The marker is not
-    /// counted in that test, which is meant: with `sync` the caller provides 2 bytes more.
+    /// or moved, when `buflen` is below the low 16 bits of getSize() plus 2. That test is all there
+    /// is, which is meant: where it passes, 14 bytes are written, 16 with `sync`. So with `sync` the
+    /// caller provides 2 bytes more, and a class whose size, cut to 16 bits, is below 12 must not
+    /// call this with less room than that.
     virtual size_t writeToByteArray(uint8_t*& pdest, size_t buflen, bool sync) const;
 
     /// Number of bytes that follow the size field: 12 here; an override adds its payload's length.
+    /// writeToByteArray must not write more than these, the size field and the marker.
     virtual size_t getSize() const;
 
     virtual bool operator==(const MessageBase& other) const = 0;
@@ -167,11 +171,13 @@ public:
     /// encoder leaves out are 0; when it returns 0 the vector keeps its new length.
     ///
     /// Returns 0 and leaves `_buffer` untouched, after one line on the standard error stream, when
-    /// getSize() is above 65540 or the record would be shorter than 12 bytes. A size of 65536 to
-    /// 65540 passes, and the size field then holds its low 16 bits; this is meant.
+    /// getSize() is above 65540 or the record would be shorter than 12 bytes, marker included. A
+    /// size of 65536 to 65540 passes, and the size field then holds its low 16 bits; this is meant.
+    /// When there is no memory `_buffer` keeps what it held, but without `_append` is empty.
     size_t createByteArray(byteVec_t& _buffer, bool _sync, bool _append) const;
 
-    /// Encodes into scratch memory and returns what the form above returns.
+    /// Encodes into scratch memory and returns what the form above returns, for a caller who wants
+    /// to know whether and into how many bytes the message encodes; `_append` has no effect.
     size_t createByteArray(bool _sync, bool _append) const {
         byteVec_t scratch;
         return createByteArray(scratch, _sync, _append);
@@ -218,8 +224,8 @@ public:
     static void registerMessages();
 
     /// Decodes one record. `psrc` is its size field (a sync marker has been stripped before), `len`
-    /// the number of readable bytes, which may exceed the record's. Four bytes are needed here;
-    /// whether the others suffice is the creator's decision.
+    /// the number of readable bytes, at least four. Whether these suffice is the creator's decision;
+    /// an InvalidMessage keeps all of them, so pass the record's own length to keep one record.
     ///
     /// Returns what the creator returns. For fewer than four bytes, an unknown identifier, or an
     /// InvalidMessageException from the creator: null or a new InvalidMessage of the same bytes, as
@@ -227,6 +233,9 @@ public:
     static MessageBase* readFromByteArray(const uint8_t* psrc, size_t len);
 
     // ---- Text --------------------------------------------------------------------------------
+
+    // Two spellings, told apart by one capital: printTimestamp has the fixed form, printTimeStamp
+    // the form whose time zone and precision the caller chooses.
 
     /// Writes `YYYY-MM-DD HH:MM:SS.uuuuuu` in UTC. The whole seconds are taken modulo 2^32, so that
     /// the calendar begins anew in 2106; where time_t has 32 bits, counts from 2^31 (2038) on show
@@ -254,8 +263,14 @@ public:
     /// width is 0 afterwards. Works with single-pass iterators.
     template <class Iterator>
     static void dumpData(std::ostream& os, Iterator from, Iterator to) {
-        for (bool first = true; from != to; ++from, first = false) {
-            dumpElement(os, static_cast<uint16_t>(*from), first);
+        if constexpr (std::is_convertible_v<Iterator, byteVec_t::const_iterator>) {
+            dumpData(os, byteVec_t::const_iterator(from), byteVec_t::const_iterator(to));
+        } else if constexpr (std::is_same_v<Iterator, uint8_t*>) {
+            dumpData<const uint8_t*>(os, from, to);
+        } else {
+            for (bool first = true; from != to; ++from, first = false) {
+                dumpElement(os, static_cast<uint16_t>(*from), first);
+            }
         }
     }
     static void dumpData(std::ostream& os, byteVec_t::const_iterator from,
@@ -340,11 +355,13 @@ public:
     void setCause(invalidMessageCause_t _cause) { cause = _cause; }
     /// The title in the text form, at first "Invalid Message".
     const std::string& getDescription() const { return description; }
+    /// `text` is copied and must not be null.
     void setDescription(const char* text) { description = text; }
-    /// 0 and empty unless the cause is IM_INVALID_ENUM_VALUE.
+    /// 0 and empty until setInvalidEnumValue is called.
     uint16_t getInvalidEnumValue() const { return invalidEnumValue; }
     const std::string& getInvalidEnumDescription() const { return enumDescription; }
-    /// Also sets the cause to IM_INVALID_ENUM_VALUE. `text` is anything a string takes.
+    /// Also sets the cause to IM_INVALID_ENUM_VALUE. `text` is anything that can be assigned to a
+    /// string.
     template <class S>
     void setInvalidEnumValue(uint16_t value, S&& text) {
         invalidEnumValue = value;
@@ -362,9 +379,13 @@ public:
 private:
     // No copy, move or destructor is declared: the implicit ones are what is wanted.
 
+    // The encoding functions are reached through MessageBase; they are private since what they
+    // report is not the record that was read.
+
     static constexpr char INVALID_TXT[16] = "Invalid Message";
     static constexpr size_t MAX_ALLOC = 0x10000;
 
+    /// A creator of this class.
     static MessageBase* readFromByteArray(const uint8_t* data, size_t len);
 
     /// Takes identifier and timestamp of a whole header.

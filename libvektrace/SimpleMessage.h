@@ -8,10 +8,13 @@
 #include "libvektrace/MessageBase.h"
 
 /// The message of type `_msgid` without a payload. The library names ten of these types (see
-/// below); whoever uses another one defines its messageName:
+/// below); whoever uses another one defines its messageName, in one unit of the program:
 ///
 ///     template <>
 ///     const char SimpleMessage<MSGID_PING>::messageName[] = "PING";
+///
+/// and, where other units use it too, declares it in their header, like the ten below. A use
+/// without a definition does not link.
 template <msgid_t _msgid>
 class VEK_EXPORT SimpleMessage : public MessageBase {
 public:
@@ -34,7 +37,7 @@ public:
 
     SimpleMessage* clone() const override { return new SimpleMessage(*this); }
 
-    /// Equal when identifier, reserved word and timestamp are.
+    /// Equal when identifier, reserved word and timestamp are, whatever the class of `other`.
     bool operator==(const MessageBase& other) const override {
         return other.getMessageId() == msgid && other.getHeaderReserved() == headerReserved &&
                other.getTimeStamp() == timeStamp;

@@ -17,7 +17,7 @@
 /// Bytes that own their storage: encoded records and payloads.
 using byteVec_t = std::vector<uint8_t>;
 
-/// Default number of bytes per row of a hex dump that has rows.
+/// Default number of bytes per row of a hex dump that has rows; for users, nothing here has any.
 inline constexpr size_t HEXDUMP_DEFAULT_ROWSIZE = 16;
 
 // The names stand in parentheses here and wherever our headers call them: some systems have

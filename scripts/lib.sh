@@ -2,7 +2,7 @@
 # shellcheck shell=bash
 
 set -euo pipefail
-cd "$(dirname "${BASH_SOURCE[0]}")/.."
+CDPATH='' cd -- "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # What a build of the libraries, tests and examples takes on a Debian machine.
 # shellcheck disable=SC2034  # the scripts that source this use it
@@ -39,21 +39,24 @@ need_packages() {
         apt-get install -qq -y --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-# configure PRESET [CMAKE ARGUMENT...]: into build/PRESET, with Ninja when it is there. Warnings
+# configure PRESET: into build/PRESET, with Ninja when it is there. Warnings
 # are errors in continuous integration only.
 configure() {
-    local arguments=()
+    local arguments=() werror=OFF
     if command -v ninja >/dev/null; then
         export CMAKE_GENERATOR=Ninja
     fi
-    [ "${CI:-}" != true ] || arguments+=(-DCMAKE_COMPILE_WARNING_AS_ERROR=ON)
-    cmake --preset "$1" "${arguments[@]}" "${@:2}" >"$(log_of "$1")" 2>&1 ||
-        { cat "$(log_of "$1")" >&2; die "configuring $1 failed"; }
-}
-
-log_of() {
+    [ "${CI:-}" != true ] || werror=ON
+    cmake --list-presets | grep -qF "\"$1\"" || die "$1: no such preset; cmake --list-presets tells them"
+    # A build folder of a tree that was moved or copied is of no use.
+    if [ -f "build/$1/CMakeCache.txt" ] &&
+        ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$PWD" "build/$1/CMakeCache.txt"; then
+        arguments+=(--fresh)
+    fi
     mkdir -p "build/$1"
-    printf 'build/%s/configure.log' "$1"
+    cmake --preset "$1" "${arguments[@]}" -DCMAKE_COMPILE_WARNING_AS_ERROR="$werror" \
+        >"build/$1/configure.log" 2>&1 ||
+        { cat "build/$1/configure.log" >&2; die "configuring $1 failed"; }
 }
 
 build() { cmake --build "build/$1" --parallel "$(nproc)"; }

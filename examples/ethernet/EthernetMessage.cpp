@@ -10,19 +10,6 @@
 
 namespace {
 
-constexpr unsigned HALF_BITS = 16;
-constexpr size_t HALF_LENGTH = sizeof(uint16_t);
-
-uint32_t byteArrayToUint32(const uint8_t* source) {
-    return uint32_t{byteArrayToUint16(source)} << HALF_BITS |
-           byteArrayToUint16(source + HALF_LENGTH);
-}
-
-void uint32ToByteArray(uint8_t* destination, uint32_t value) {
-    uint16ToByteArray(destination, static_cast<uint16_t>(value >> HALF_BITS));
-    uint16ToByteArray(destination + HALF_LENGTH, static_cast<uint16_t>(value));
-}
-
 bool isDirection(int value) { return value >= 0 && value < MessageBase::PORT_DIR_NUM; }
 
 }  // namespace
@@ -99,6 +86,7 @@ MessageBase* EthernetMessage::readFromByteArray(const uint8_t* data, size_t len)
 EthernetMessage* EthernetMessage::clone() const { return new EthernetMessage(*this); }
 
 size_t EthernetMessage::writeToByteArray(uint8_t*& pdest, size_t buflen, bool sync) const {
+    // MO_MSGID is where the size field ends, so its length.
     const size_t length = (sync ? sizeof SYNC_MARKER : 0) + MO_MSGID + getSize();
     if (length > buflen) {
         return 0;

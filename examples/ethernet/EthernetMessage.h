@@ -1,8 +1,9 @@
 /// @file
-/// An example of a concrete message class: a frame that an Ethernet port of the logger received.
+/// An example of a concrete message class: a frame that an Ethernet port of the logger saw.
 ///
-/// The layout of its payload is this example's own and no part of the trace format. It shows what
-/// a class with a payload provides: offsets, a creator, and an override of every virtual function.
+/// The layout of its payload is this example's own and no part of the trace format, and so is that
+/// frames of both directions have the identifier MSGID_ETHERNET_RX. It shows what a class with a
+/// payload provides: offsets, a creator, and an override of every virtual function.
 #pragma once
 
 #include <iosfwd>

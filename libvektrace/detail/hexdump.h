@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <ios>
 
 #include "libvekutil/detail/digits.h"
@@ -56,8 +57,8 @@ inline char* writeHexBytes(char* out, const uint8_t* from, const uint8_t* to) {
     return out;
 }
 
-/// Room for writeElement: six octal digits and their prefix.
-inline constexpr size_t ELEMENT_ROOM = 8;
+/// Room for writeElement: a prefix of one character and six octal digits.
+inline constexpr size_t ELEMENT_ROOM = 7;
 
 /// One element of a dump as a stream with these settings writes an unsigned number into a field of
 /// width 2. Room: ELEMENT_ROOM.

@@ -30,8 +30,7 @@ InvalidMessage withPayload(size_t length) {
     return build(record);
 }
 
-// ---- What it keeps
-// -------------------------------------------------------------------------------
+// ---- What it keeps -----------------------------------------------------------------------------
 
 TEST(InvalidMessage, KeepsIdentifierTimestampAndPayloadOfTheRecord) {
     const InvalidMessage message = build(bytes(RECORD));
@@ -153,8 +152,7 @@ TEST(InvalidMessage, TakesAnyStringLikeEnumDescription) {
     EXPECT_EQ(message.getInvalidEnumDescription().data(), characters) << "moved, not copied";
 }
 
-// ---- Comparing and copying
-// -----------------------------------------------------------------------
+// ---- Comparing and copying ---------------------------------------------------------------------
 
 TEST(InvalidMessage, IsEqualToNothingNotEvenItself) {
     const InvalidMessage message = build(bytes(RECORD));
@@ -202,8 +200,7 @@ TEST(InvalidMessage, MovesWithoutCopyingThePayload) {
     static_assert(std::is_copy_assignable_v<InvalidMessage>);
 }
 
-// ---- Writing back
-// --------------------------------------------------------------------------------
+// ---- Writing back ------------------------------------------------------------------------------
 
 TEST(InvalidMessage, WritesTheHeaderButNotThePayload) {
     const InvalidMessage message = withPayload(10);
@@ -269,8 +266,7 @@ TEST(InvalidMessage, CreateByteArrayYieldsAWellFramedRecordOfZeroes) {
     EXPECT_EQ(record.size(), 18u + 20u);
 }
 
-// ---- Layout
-// --------------------------------------------------------------------------------------
+// ---- Layout ------------------------------------------------------------------------------------
 
 // A private member's address may be named in an explicit instantiation; that is how the order of
 // the fields is seen from here.

@@ -19,8 +19,7 @@ class Allocations : public testing::Test {
     LibrarySettings settings;
 };
 
-// ---- How often
-// -----------------------------------------------------------------------------------
+// ---- How often ---------------------------------------------------------------------------------
 
 long madeAtCreator = 0;
 
@@ -38,6 +37,7 @@ TEST_F(Allocations, NoneIsMadeOnTheWayToTheCreator) {
 }
 
 TEST_F(Allocations, NoneIsMadeForAnUndecodableRecordUnderTheNullPolicy) {
+    MessageBase::setInvalidMsgHandling(MessageBase::IMH_RETURN_NULL);
     EXPECT_EQ(allocations::madeBy([] {
                   for (size_t len = 0; len <= RECORD.size(); ++len) {
                       MessageBase::readFromByteArray(RECORD.data(), len);
@@ -66,6 +66,17 @@ TEST_F(Allocations, EncodingIntoAVectorWithRoomTakesNone) {
               0);
 }
 
+TEST_F(Allocations, AppendingLetsTheVectorGrowGeometrically) {
+    const TestMessage message(MSGID_START, 5, byteVec_t(100));
+    byteVec_t buffer;
+    EXPECT_LT(allocations::madeBy([&] {
+                  for (int i = 0; i < 1000; ++i) {
+                      message.createByteArray(buffer, true, true);
+                  }
+              }),
+              25);
+}
+
 TEST_F(Allocations, TextForAStreamTakesNone) {
     struct Swallow : std::streambuf {
         std::streamsize xsputn(const char*, std::streamsize length) override { return length; }
@@ -89,8 +100,7 @@ TEST_F(Allocations, TextAsAStringTakesTheStringOnly) {
     EXPECT_EQ(allocations::madeBy([&] { message.toString(); }), 1);
 }
 
-// ---- When there is none
-// --------------------------------------------------------------------------
+// ---- When there is none ------------------------------------------------------------------------
 
 /// Runs `code` with its first, second, ... allocation failing until it succeeds; each failure must
 /// pass to the caller and leave nothing behind.

@@ -37,8 +37,7 @@ byteVec_t plainRecord(const TestMessage& message, bool sync) {
     return record;
 }
 
-// ---- Into a caller's buffer
-// ----------------------------------------------------------------------
+// ---- Into a caller's buffer --------------------------------------------------------------------
 
 TEST(WriteToByteArray, WritesTheHeaderAndMovesThePointerByTheResult) {
     for (const bool sync : {false, true}) {
@@ -116,8 +115,7 @@ TEST(WriteToByteArray, NeverWritesDebugBytes) {
     }
 }
 
-// ---- Into a vector
-// -------------------------------------------------------------------------------
+// ---- Into a vector -----------------------------------------------------------------------------
 
 TEST(CreateByteArray, AMessageWithoutPayloadIs14BytesOr16WithTheMarker) {
     byteVec_t buffer;
@@ -200,8 +198,7 @@ TEST(CreateByteArray, HandsOnTheRoomJustMadeAndReturnsTheResultAsItIs) {
     EXPECT_EQ(message.notedPosition, buffer.data());
 }
 
-// ---- Sizes at the limits
-// -------------------------------------------------------------------------
+// ---- Sizes at the limits -----------------------------------------------------------------------
 
 struct SizeCase {
     const char* why;
@@ -235,10 +232,8 @@ TEST(CreateByteArray, SizesAtTheLimits) {
             EXPECT_EQ(SizedMessage(c.size).createByteArray(buffer, c.sync, append), c.result)
                 << c.why;
             EXPECT_EQ(buffer.size(), c.length + (append && c.result != 0 ? 1 : 0)) << c.why;
-            EXPECT_EQ(buffer[0], append || c.result == 0 ? 0xEE
-                                 : c.sync                ? 0x55
-                                                         : buffer[0])
-                << c.why;
+            const size_t first = c.sync ? 0x55 : c.size >> 8 & 0xff;
+            EXPECT_EQ(buffer[0], append || c.result == 0 ? 0xEE : first) << c.why;
             EXPECT_EQ(errors.str(), c.error) << c.why;
         }
     }
@@ -291,8 +286,21 @@ TEST(CreateByteArray, ErrorLinesAreUnpaddedWhateverTheStreamsState) {
     EXPECT_EQ(errors.str(), "[ERROR] Message size too big\n");
 }
 
-// ---- The form with two flags
-// ---------------------------------------------------------------------
+TEST(CreateByteArray, AnErrorLineIsFlushedAlsoWhereTheStreamFlushesNothingItself) {
+    struct Flushes : std::stringbuf {
+        int count = 0;
+        int sync() override { return ++count, 0; }
+    } flushes;
+    const CapturedErrors errors;
+    std::cerr.rdbuf(&flushes);
+    std::cerr << std::nounitbuf;
+    byteVec_t buffer;
+    SizedMessage(70000).createByteArray(buffer, false, false);
+    EXPECT_EQ(flushes.str(), "[ERROR] Message size too big\n");
+    EXPECT_GE(flushes.count, 1);
+}
+
+// ---- The form with two flags -------------------------------------------------------------------
 
 TEST(CreateByteArrayWithTwoFlags, ReturnsWhatTheOtherFormReturns) {
     const CapturedErrors errors;
@@ -316,8 +324,7 @@ TEST(CreateByteArrayWithTwoFlags, KeepsNoStateAndLeavesRawDataAlone) {
     EXPECT_EQ(message.rawData, (byteVec_t{1, 2, 3}));
 }
 
-// ---- Accessors on encoded bytes
-// ------------------------------------------------------------------
+// ---- Accessors on encoded bytes ----------------------------------------------------------------
 
 TEST(EncodedRecord, AccessorsReadWhatTheEncoderWrites) {
     byteVec_t record;

@@ -34,8 +34,7 @@ void expectFull(const TestMessage& message) {
     EXPECT_EQ(message.getSourceChannelIDMbnr(), 0xCAFEBABE);
 }
 
-// ---- Construction
-// --------------------------------------------------------------------------------
+// ---- Construction ------------------------------------------------------------------------------
 
 TEST(MessageRecord, AFreshMessageHoldsTheArgumentsAndNothingElse) {
     const TestMessage message(MSGID_FLEXRAY, 42);
@@ -67,8 +66,7 @@ TEST(MessageRecord, SettersChangeTheirFieldOnly) {
     EXPECT_EQ(message.getMessageId(), MSGID_CAN);
 }
 
-// ---- Copying
-// -------------------------------------------------------------------------------------
+// ---- Copying -----------------------------------------------------------------------------------
 
 TEST(MessageRecord, ACopyCarriesEveryField) {
     const TestMessage original = fullMessage();
@@ -116,8 +114,7 @@ TEST(MessageRecord, OnlyDerivedClassesMakeAMessageBase) {
     static_assert(!std::is_move_assignable_v<MessageBase>);
 }
 
-// ---- Layout
-// --------------------------------------------------------------------------------------
+// ---- Layout ------------------------------------------------------------------------------------
 
 TEST(MessageRecord, FieldsLieInTheirOrderOfDeclaration) {
     const TestMessage message;
@@ -195,8 +192,7 @@ TEST(MessageRecord, EnumerationsHaveTheirValuesAndOrdinaryWidth) {
     static_assert(sizeof(timeStamp_t) == 8 && std::is_unsigned_v<timeStamp_t>);
 }
 
-// ---- What the base class answers
-// -----------------------------------------------------------------
+// ---- What the base class answers ---------------------------------------------------------------
 
 TEST(MessageRecord, SizeOfAMessageThatAddsNothingIs12) { EXPECT_EQ(TestMessage().getSize(), 12u); }
 
@@ -221,8 +217,7 @@ TEST(MessageRecord, NotEqualIsTheOppositeOfEqual) {
     EXPECT_TRUE(base != other);
 }
 
-// ---- Class-wide settings
-// -------------------------------------------------------------------------
+// ---- Class-wide settings -----------------------------------------------------------------------
 
 /// Read before any test runs, and thus before anything can have changed them.
 const MessageBase::invalidMsgHandling_t HANDLING_AT_START = MessageBase::invalidHandling;
@@ -242,8 +237,7 @@ TEST(ClassWideSettings, SetInvalidMsgHandlingStoresThePolicy) {
     EXPECT_EQ(MessageBase::invalidHandling, 7);
 }
 
-// ---- Header version
-// ------------------------------------------------------------------------------
+// ---- Header version ----------------------------------------------------------------------------
 
 TEST(HeaderVersion, IsOneAndStaysOne) {
     EXPECT_EQ(MessageBase::getVersion(), 1);
@@ -307,8 +301,7 @@ TEST(HeaderVersionDeathTest, TheLineIsDecimalAndUnpaddedWhateverTheStreamsState)
         testing::ExitedWithCode(42), "^Trying to set an invalid VekTrace version of 200\n$");
 }
 
-// ---- Source channel ID
-// ---------------------------------------------------------------------------
+// ---- Source channel ID -------------------------------------------------------------------------
 
 TEST(SourceChannelId, HasBusChannelAndThirdPartAtTheirBits) {
     EXPECT_EQ(MessageBase::getSourceChannelID(BUSID_CAN, 0, 0), 0x0000010000000000u);
@@ -316,6 +309,12 @@ TEST(SourceChannelId, HasBusChannelAndThirdPartAtTheirBits) {
     EXPECT_EQ(MessageBase::getSourceChannelID(BUSID_UNKNOWN, 0, 0xFFFFFFFF), 0x00000000FFFFFFFFu);
     EXPECT_EQ(MessageBase::getSourceChannelID(BUSID_WAKEUPLINE, 0x12, 0x3456789A),
               0x000014123456789Au);
+}
+
+TEST(SourceChannelId, TakesOnlyTheLow8BitsOfABus) {
+    EXPECT_EQ(MessageBase::getSourceChannelID(static_cast<busid_t>(256 + BUSID_ETHERNET), 1, 2),
+              MessageBase::getSourceChannelID(BUSID_ETHERNET, 1, 2));
+    EXPECT_EQ(MessageBase::getSourceChannelID(static_cast<busid_t>(-1), 0, 0), 0x0000FF0000000000u);
 }
 
 TEST(SourceChannelId, ComposingAndSplittingAreInverses) {

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "libvektrace/MessageBase.h"
+#include "libvektrace/SimpleMessage.h"
 #include "support/PlainText.h"
 #include "support/TestMessage.h"
 #include "support/streams.h"
@@ -161,6 +162,25 @@ TEST(TextForms, AStreamThatFailsInTheMiddleGetsTheSameTextAndKeepsFlagsAndFill) 
         ASSERT_EQ(ours.fill, state.fill);
         ASSERT_EQ(ours.threw, throwing && (ours.state & std::ios_base::badbit) != 0) << i;
     }
+}
+
+TEST(TextForms, NoStreamIsEverFlushed) {
+    struct Flushes : std::stringbuf {
+        int count = 0;
+        int sync() override { return ++count, 0; }
+    } buffer;
+    std::ostream os(&buffer);
+    std::mt19937_64 random(15);
+    for (int i = 0; i < 600; ++i) {
+        StreamState state = randomStreamState(random);
+        state.flags &= ~std::ios_base::unitbuf;
+        state.applyTo(os);
+        randomForm(random).ours(os);
+        SimpleMessage<MSGID_STOP>(5).print(os);
+        os << tm{};
+        printUnknownEnum(os, i);
+    }
+    EXPECT_EQ(buffer.count, 0);
 }
 
 TEST(TextForms, AStreamThatHasFailedGetsNothingAndKeepsItsSettings) {

@@ -23,8 +23,7 @@ std::string text(const T& value) {
     return os.str();
 }
 
-// ---- The common text
-// -----------------------------------------------------------------------------
+// ---- The common text ---------------------------------------------------------------------------
 
 TEST(CommonText, WithoutASourceIsTheTimestampAlone) {
     EXPECT_EQ(text(static_cast<const MessageBase&>(TestMessage(MSGID_CAN, 1234567890123456))),
@@ -81,8 +80,7 @@ TEST(CommonText, AStreamInHexWithStarsIsBackInHexWithStars) {
     EXPECT_EQ(os.fill(), '*');
 }
 
-// ---- Port directions
-// -----------------------------------------------------------------------------
+// ---- Port directions ---------------------------------------------------------------------------
 
 TEST(PortDirection, HasItsWord) {
     EXPECT_EQ(text(MessageBase::PORT_DIR_UNKNOWN), "PortDirUnknown");
@@ -111,8 +109,7 @@ TEST(PortDirection, AWordIsAnOrdinaryTextInsertion) {
     EXPECT_EQ(os.str(), "  Out|In   |");
 }
 
-// ---- Dump of bytes
-// -------------------------------------------------------------------------------
+// ---- Dump of bytes -----------------------------------------------------------------------------
 
 std::string hexDump(const byteVec_t& data) {
     std::ostringstream os;
@@ -211,7 +208,10 @@ TEST(Dump, EveryFormGivesTheSameText) {
     MessageBase::dumpData(os, data.data(), data.data() + 3);
     os << '|';
     MessageBase::dumpData(os, list.begin(), list.end());
-    EXPECT_EQ(os.str(), "01 02 ab|01 02 ab|01 02 ab|01 02 ab|01 02 ab|01 02 ab");
+    os << '|';
+    const byteVec_t& constant = data;
+    MessageBase::dumpData(os, constant.data(), constant.data() + 3);
+    EXPECT_EQ(os.str(), "01 02 ab|01 02 ab|01 02 ab|01 02 ab|01 02 ab|01 02 ab|01 02 ab");
 }
 
 TEST(Dump, ReadsNothingBehindTheRange) {
@@ -267,8 +267,7 @@ TEST(Dump, EqualsThePlainDumpForEvery16BitNumber) {
     }
 }
 
-// ---- Printable text
-// ------------------------------------------------------------------------------
+// ---- Printable text ----------------------------------------------------------------------------
 
 std::string printable(const std::string& raw) {
     std::ostringstream os;

@@ -33,8 +33,7 @@ struct Case {
     const char* text;
 };
 
-// ---- The fixed form
-// ------------------------------------------------------------------------------
+// ---- The fixed form ----------------------------------------------------------------------------
 
 const Case FIXED[] = {
     {0, "1970-01-01 00:00:00.000000"},
@@ -87,8 +86,7 @@ TEST(TimestampText, MemberFormsRenderTheMessagesOwnTimestamp) {
     EXPECT_EQ(os.str(), "2009-02-13 23:31:30.123456");
 }
 
-// ---- The configurable form
-// -----------------------------------------------------------------------
+// ---- The configurable form ---------------------------------------------------------------------
 
 struct PrecisionCase {
     unsigned precision;
@@ -140,8 +138,7 @@ TEST(TimestampText, ReturnsTheStream) {
     EXPECT_EQ(&MessageBase::printTimeStamp(os, 0, UTC, 3), &os);
 }
 
-// ---- Local time
-// ----------------------------------------------------------------------------------
+// ---- Local time --------------------------------------------------------------------------------
 
 TEST(TimestampText, LocalTimeInZoneUtcEqualsUtc) {
     const TimeZone zone("UTC0");
@@ -188,8 +185,7 @@ TEST(TimestampText, NoZoneOffsetIsKeptBetweenCalls) {
     }
 }
 
-// ---- The stream's state
-// --------------------------------------------------------------------------
+// ---- The stream's state ------------------------------------------------------------------------
 
 TEST(TimestampText, DependsOnNoStreamStateAndTakesTheWidthOnlyWithAFraction) {
     std::mt19937 random(10);
@@ -220,17 +216,6 @@ TEST(TimestampText, TheStringFormIgnoresTheGlobalLocale) {
     const GlobalLocale locale(groupingLocale());
     EXPECT_EQ(MessageBase::printTimestamp(1234567890123456), "2009-02-13 23:31:30.123456");
     EXPECT_EQ(TestMessage(MSGID_CAN, 1234567890123456).toString(), "2009-02-13 23:31:30.123456");
-}
-
-TEST(TimestampText, IsNeverFlushed) {
-    struct Flushes : std::stringbuf {
-        int count = 0;
-        int sync() override { return ++count, 0; }
-    } buffer;
-    std::ostream os(&buffer);
-    MessageBase::printTimestamp(os, 0);
-    os << TestMessage() << MessageBase::PORT_DIR_IN << InvalidMessage(nullptr, 0);
-    EXPECT_EQ(buffer.count, 0);
 }
 
 }  // namespace

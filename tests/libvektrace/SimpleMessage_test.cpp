@@ -32,8 +32,7 @@ invalidMessageCause_t causeOf(const byteVec_t& record) {
 
 const char* const RECORD = "00 0C 80 21 BE EF 01 02 03 04 05 06 07 08";
 
-// ---- Names
-// ---------------------------------------------------------------------------------------
+// ---- Names -------------------------------------------------------------------------------------
 
 template <msgid_t id, size_t size>
 void expectName(const char* name) {
@@ -64,8 +63,7 @@ TEST(SimpleMessageName, AUserDefinesTheNameOfAnotherTypeInAnotherUnit) {
     EXPECT_EQ(Ping(0).toString(), "1970-01-01 00:00:00.000000  PING");
 }
 
-// ---- Encoding and decoding
-// -----------------------------------------------------------------------
+// ---- Encoding and decoding ---------------------------------------------------------------------
 
 TEST(SimpleMessage, IsTheHeaderOnly) {
     byteVec_t record;
@@ -109,8 +107,7 @@ TEST(SimpleMessage, ItsConstructorIsExplicit) {
     static_assert(!std::is_convertible_v<timeStamp_t, Stop>);
 }
 
-// ---- Comparing and copying
-// -----------------------------------------------------------------------
+// ---- Comparing and copying ---------------------------------------------------------------------
 
 TEST(SimpleMessage, EqualWhenIdentifierReservedWordAndTimestampAre) {
     const Stop message(5);
@@ -127,18 +124,26 @@ TEST(SimpleMessage, EqualWhenIdentifierReservedWordAndTimestampAre) {
     EXPECT_TRUE(message == other) << "the source is no part of the record";
 }
 
+TEST(SimpleMessage, EqualsAMessageOfAnotherClassThatHasThemToo) {
+    EXPECT_TRUE(SimpleMessage<MSGID_STOP>(5) == TestMessage(MSGID_STOP, 5, {1, 2}));
+    EXPECT_FALSE(SimpleMessage<MSGID_STOP>(5) == TestMessage(MSGID_START, 5));
+}
+
 TEST(SimpleMessage, CloneIsACopyOfItsOwnType) {
     Stop message(5);
     message.source = "logger";
+    message.rawData = {1, 2};
     message.setHeaderReserved(3);
+    message.setSourceChannelIDMbnr(4);
     const std::unique_ptr<Stop> copy(message.clone());
     EXPECT_NE(copy.get(), &message);
     EXPECT_EQ(*copy, message);
     EXPECT_EQ(copy->source, "logger");
+    EXPECT_EQ(copy->rawData, (byteVec_t{1, 2}));
+    EXPECT_EQ(copy->getSourceChannelIDMbnr(), 4u);
 }
 
-// ---- Text
-// ----------------------------------------------------------------------------------------
+// ---- Text --------------------------------------------------------------------------------------
 
 TEST(SimpleMessage, TextIsTheCommonTextTwoBlanksAndTheName) {
     Stop message(1234567890123456);

@@ -30,6 +30,13 @@ TEST(Datablock, Uint16IsReadMostSignificantByteFirst) {
     EXPECT_EQ(byteArrayToUint16(bytes("FF FE").data()), 0xFFFE);
 }
 
+TEST(Datablock, Uint32IsReadAndWrittenMostSignificantByteFirst) {
+    EXPECT_EQ(byteArrayToUint32(bytes("81 02 03 FF").data()), 0x810203FFu);
+    uint8_t buffer[6] = {};
+    uint32ToByteArray(buffer + 1, 0x810203FF);
+    EXPECT_EQ(hex(buffer, 6), "00 81 02 03 FF 00");
+}
+
 TEST(Datablock, Uint64IsReadMostSignificantByteFirst) {
     EXPECT_EQ(byteArrayToUint64(bytes("00 00 01 02 03 04 05 06").data()), 0x0000010203040506u);
     EXPECT_EQ(byteArrayToUint64(bytes("FF 00 00 00 00 00 00 80").data()), 0xFF00000000000080u);
@@ -58,6 +65,9 @@ TEST(Datablock, Uint64ComesBackAndEqualsThePlainReading) {
         uint64ToByteArray(buffer, value);
         ASSERT_EQ(byteArrayToUint64(buffer), value);
         ASSERT_EQ(plainRead(buffer, 8), value);
+        uint32ToByteArray(buffer, static_cast<uint32_t>(value));
+        ASSERT_EQ(byteArrayToUint32(buffer), static_cast<uint32_t>(value));
+        ASSERT_EQ(plainRead(buffer, 4), static_cast<uint32_t>(value));
     }
 }
 
@@ -86,6 +96,9 @@ TEST(Datablock, NothingInFrontOfOrBehindTheBytesIsTouched) {
         const GuardedBuffer two(2, side);
         uint16ToByteArray(two.data(), 0xABCD);
         EXPECT_EQ(byteArrayToUint16(two.data()), 0xABCD);
+        const GuardedBuffer four(4, side);
+        uint32ToByteArray(four.data(), 0x89ABCDEF);
+        EXPECT_EQ(byteArrayToUint32(four.data()), 0x89ABCDEFu);
         const GuardedBuffer eight(8, side);
         uint64ToByteArray(eight.data(), 0x1122334455667788);
         EXPECT_EQ(byteArrayToUint64(eight.data()), 0x1122334455667788u);

@@ -12,8 +12,7 @@
 
 namespace {
 
-// ---- Byte order
-// ----------------------------------------------------------------------------------
+// ---- Byte order --------------------------------------------------------------------------------
 
 TEST(ByteOrder, NetworkOrderHasTheMostSignificantByteFirst) {
     const uint64_t network = (htonll)(0x0102030405060708);
@@ -39,8 +38,7 @@ TEST(Utility, ConstantsAndTypes) {
     EXPECT_EQ(HEXDUMP_DEFAULT_ROWSIZE, 16u);
 }
 
-// ---- Calendar text
-// -------------------------------------------------------------------------------
+// ---- Calendar text -----------------------------------------------------------------------------
 
 tm calendar(int year, int month, int day, int hour, int minute, int second) {
     tm t{};
@@ -92,8 +90,7 @@ TEST(CalendarText, ReturnsTheStream) {
     EXPECT_EQ(&(os << t), &os);
 }
 
-// ---- Unknown enumeration values
-// ------------------------------------------------------------------
+// ---- Unknown enumeration values ----------------------------------------------------------------
 
 std::string unknown(int value) {
     std::ostringstream os;

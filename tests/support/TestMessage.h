@@ -2,7 +2,9 @@
 /// A concrete message class for the tests: a payload of plain bytes behind the header.
 #pragma once
 
+#include <algorithm>
 #include <ostream>
+#include <utility>
 
 #include "libvektrace/MessageBase.h"
 
