@@ -16,11 +16,13 @@ using vek::detail::TextBuffer;
 
 namespace {
 
-/// One flushed line on the standard error stream, whatever that stream's format.
-void reportError(std::string_view text) {
-    std::string line(text);
-    line += '\n';
-    std::cerr.write(line.data(), static_cast<std::streamsize>(line.size()));
+/// One flushed line on the standard error stream, whatever that stream's format. Takes no memory.
+void reportError(std::string_view text, std::string_view tail = {}) {
+    TextBuffer<std::ostream> line(std::cerr);
+    line.put(text);
+    line.put(tail);
+    line.put("\n");
+    line.flush();
     std::cerr.flush();
 }
 
@@ -84,8 +86,11 @@ void MessageBase::setVersion(uint8_t _version) {
 
 uint8_t MessageBase::getVersion() { return version; }
 
-void MessageBase::reportInvalidVersion(uint8_t _version) {
-    reportError("Trying to set an invalid VekTrace version of " + std::to_string(_version));
+void MessageBase::reportInvalidVersion(uint8_t _version) noexcept {
+    char digits[vek::detail::DECIMAL_ROOM];
+    const char* const end = vek::detail::writeDecimal(digits, _version);
+    reportError("Trying to set an invalid VekTrace version of ",
+                {digits, static_cast<size_t>(end - digits)});
     std::terminate();
 }
 

@@ -263,7 +263,7 @@ public:
     /// width is 0 afterwards. Works with single-pass iterators.
     template <class Iterator>
     static void dumpData(std::ostream& os, Iterator from, Iterator to) {
-        if constexpr (std::is_convertible_v<Iterator, byteVec_t::const_iterator>) {
+        if constexpr (std::is_same_v<Iterator, byteVec_t::iterator>) {
             dumpData(os, byteVec_t::const_iterator(from), byteVec_t::const_iterator(to));
         } else if constexpr (std::is_same_v<Iterator, uint8_t*>) {
             dumpData<const uint8_t*>(os, from, to);
@@ -285,7 +285,8 @@ protected:
     MessageBase& operator=(const MessageBase& mb) = default;
     MessageBase& operator=(MessageBase&& mb) = default;
 
-    [[noreturn]] static void reportInvalidVersion(uint8_t _version);
+    /// Ends the process, also where the line cannot be written.
+    [[noreturn]] static void reportInvalidVersion(uint8_t _version) noexcept;
 
     /// The header version of this library.
     static constexpr uint8_t version = 1;

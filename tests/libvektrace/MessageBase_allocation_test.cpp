@@ -100,6 +100,16 @@ TEST_F(Allocations, TextAsAStringTakesTheStringOnly) {
     EXPECT_EQ(allocations::madeBy([&] { message.toString(); }), 1);
 }
 
+TEST_F(Allocations, ASizeErrorTakesNoneAndIsReportedWithoutMemoryToo) {
+    const CapturedErrors errors;
+    std::cerr << std::string(100, ' ');  // the capture has room now
+    allocations::untilFailure = 0;
+    byteVec_t buffer;
+    EXPECT_EQ(SizedMessage(65541).createByteArray(buffer, false, false), 0u);
+    allocations::untilFailure = -1;
+    EXPECT_NE(errors.str().find("[ERROR] Message size too big\n"), std::string::npos);
+}
+
 // ---- When there is none ------------------------------------------------------------------------
 
 /// Runs `code` with its first, second, ... allocation failing until it succeeds; each failure must

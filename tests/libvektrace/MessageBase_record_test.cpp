@@ -288,6 +288,22 @@ TEST(HeaderVersionDeathTest, NoCallerCanCatchIt) {
         testing::ExitedWithCode(42), "version of 3\n");
 }
 
+TEST(HeaderVersionDeathTest, NoCallerSurvivesItWhereTheLineCannotBeWritten) {
+    EXPECT_EXIT(
+        {
+            std::set_terminate(handler);
+            LimitedBuffer full(0, LimitedBuffer::THROWS);
+            std::cerr.rdbuf(&full);
+            std::cerr.exceptions(std::ios_base::badbit);
+            try {
+                MessageBase::setVersion(3);
+            } catch (...) {
+                std::_Exit(1);
+            }
+        },
+        testing::ExitedWithCode(42), "");
+}
+
 TEST(HeaderVersionDeathTest, TheLineIsDecimalAndUnpaddedWhateverTheStreamsState) {
     EXPECT_EXIT(
         {

@@ -185,6 +185,20 @@ TEST(Dump, PrintsUnsigned16BitNumbers) {
     EXPECT_EQ(os.str(), "ffff  a");
 }
 
+/// Shows the lower half of each byte.
+struct LowHalf : byteVec_t::const_iterator {
+    explicit LowHalf(byteVec_t::const_iterator at) : byteVec_t::const_iterator(at) {}
+    unsigned operator*() const { return byteVec_t::const_iterator::operator*() & 0x0fu; }
+};
+
+TEST(Dump, TakesWhatTheIteratorGivesAlsoWhereItIsBuiltOnTheVectors) {
+    const byteVec_t data = {0x12, 0x34, 0xff};
+    std::ostringstream os;
+    os << std::hex;
+    MessageBase::dumpData(os, LowHalf(data.begin()), LowHalf(data.end()));
+    EXPECT_EQ(os.str(), " 2  4  f");
+}
+
 TEST(Dump, WorksWithSinglePassIterators) {
     std::istringstream in("1 2 255");
     std::ostringstream os;
