@@ -1,0 +1,9 @@
+#include "contenders/bound.h"
+
+#include "contenders/contenders.h"
+
+void bench::addBound() {
+    constexpr const char* NAME = "bound";
+    addBoundForBytes(NAME);
+    addBoundForText(NAME);
+}
