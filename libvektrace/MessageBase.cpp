@@ -41,6 +41,8 @@ namespace {
 
 constexpr size_t SIZE_FIELD_LENGTH = MessageBase::MO_MSGID;
 constexpr size_t SYNC_MARKER_LENGTH = sizeof MessageBase::SYNC_MARKER;
+/// What the size field counts of the header.
+constexpr size_t HEADER_SIZE = MessageBase::MO_BASE_DERIVED - SIZE_FIELD_LENGTH;
 
 static_assert(MessageBase::MO_HDRRESERVED - MessageBase::MO_MSGID == sizeof(msgid_t) &&
                   MessageBase::MO_TIMESTAMP - MessageBase::MO_HDRRESERVED == sizeof(uint16_t) &&
@@ -67,8 +69,6 @@ size_t MessageBase::writeToByteArray(uint8_t*& pdest, size_t buflen, bool sync) 
     pdest = record + MO_BASE_DERIVED;
     return (sync ? SYNC_MARKER_LENGTH : 0) + MO_BASE_DERIVED;
 }
-
-size_t MessageBase::getSize() const { return MO_BASE_DERIVED - SIZE_FIELD_LENGTH; }
 
 std::string MessageBase::getSourceChannel() const { return "LOGGER INTERN"; }
 
@@ -115,31 +115,49 @@ void MessageBase::getBusAndChannelFromSourceID(uint64_t sourceChannelID, busid_t
 
 // ---- Encoding ----------------------------------------------------------------------------------
 
-size_t MessageBase::createByteArray(byteVec_t& _buffer, bool _sync, bool _append) const {
-    // Both limits are meant. The upper one is above what the size field holds, which then carries
-    // the low 16 bits; the lower one counts the marker and is below a header's length.
-    constexpr size_t MAX_SIZE = 0x10004;
-    constexpr size_t MIN_RECORD_LENGTH = 12;
-    constexpr size_t MAX_HEADER_LENGTH = SYNC_MARKER_LENGTH + MO_BASE_DERIVED;
+namespace {
 
-    const size_t size = getSize();
+// Both limits are meant. The upper one is above what the size field holds, which then carries the
+// low 16 bits; the lower one counts the marker and is below a header's length.
+constexpr size_t MAX_SIZE = 0x10004;
+constexpr size_t MIN_RECORD_LENGTH = 12;
+
+size_t recordLength(size_t size, bool sync) {
+    return SIZE_FIELD_LENGTH + size + (sync ? SYNC_MARKER_LENGTH : 0);
+}
+
+/// For a size that no usual class reports: false, with the error line, when it is refused. Else the
+/// class reports less than a header, and gets memory for one behind `begin`: the base writes a
+/// header all the same, and that must not be memory of others.
+[[gnu::cold, gnu::noinline]] bool makeRoomForOddSize(byteVec_t& buffer, size_t begin, size_t size,
+                                                     bool sync) {
     if (size > MAX_SIZE) {
         reportError("[ERROR] Message size too big");
-        return 0;
+        return false;
     }
-    const size_t length = SIZE_FIELD_LENGTH + size + (_sync ? SYNC_MARKER_LENGTH : 0);
-    if (length < MIN_RECORD_LENGTH) {
+    if (recordLength(size, sync) < MIN_RECORD_LENGTH) {
         reportError("[ERROR] Message size too small");
-        return 0;
+        return false;
     }
+    buffer.reserve(begin + recordLength(HEADER_SIZE, sync));
+    return true;
+}
+
+}  // namespace
+
+// Flattened, since growing the vector costs as much as the header itself where it is called.
+[[gnu::flatten]] size_t MessageBase::createByteArray(byteVec_t& _buffer, bool _sync,
+                                                     bool _append) const {
+    const size_t size = getSize();
+    const size_t begin = _append ? _buffer.size() : 0;
+    if (size < HEADER_SIZE || size > MAX_SIZE) {
+        if (!makeRoomForOddSize(_buffer, begin, size, _sync)) {
+            return 0;
+        }
+    }
+    const size_t length = recordLength(size, _sync);
     if (!_append) {
         _buffer.clear();
-    }
-    const size_t begin = _buffer.size();
-    if (length < MAX_HEADER_LENGTH) {
-        // The class reports less than a header, which passes; the base writes a header all the
-        // same, and that must not be memory of others.
-        _buffer.reserve(begin + MAX_HEADER_LENGTH);
     }
     _buffer.resize(begin + length);
     uint8_t* pdest = _buffer.data() + begin;

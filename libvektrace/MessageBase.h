@@ -129,7 +129,7 @@ public:
 
     /// Number of bytes that follow the size field: 12 here; an override adds its payload's length.
     /// writeToByteArray must not write more than these, the size field and the marker.
-    virtual size_t getSize() const;
+    virtual size_t getSize() const { return MO_BASE_DERIVED - MO_MSGID; }
 
     virtual bool operator==(const MessageBase& other) const = 0;
 
@@ -173,7 +173,7 @@ public:
     /// Returns 0 and leaves `_buffer` untouched, after one line on the standard error stream, when
     /// getSize() is above 65540 or the record would be shorter than 12 bytes, marker included. A
     /// size of 65536 to 65540 passes, and the size field then holds its low 16 bits; this is meant.
-    /// When there is no memory `_buffer` keeps what it held, but without `_append` is empty.
+    /// When there is no memory `_buffer` keeps what it held, but without `_append` may be empty.
     size_t createByteArray(byteVec_t& _buffer, bool _sync, bool _append) const;
 
     /// Encodes into scratch memory and returns what the form above returns, for a caller who wants

@@ -3,7 +3,6 @@
 /// write to a stream costs as much as formatting a dozen bytes.
 #pragma once
 
-#include <cstring>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -33,8 +32,8 @@ public:
             flush();
             passOn(sink, text.data(), text.size());
         } else {
-            std::memcpy(reserve(text.size()), text.data(), text.size());
-            end += text.size();
+            char* const begin = reserve(text.size());
+            end = begin + text.copy(begin, text.size());
         }
     }
 
