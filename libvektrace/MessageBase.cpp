@@ -178,7 +178,7 @@ bool MessageBase::registerMessage(msgid_t _msgid, pCreatorFunction _func) {
     if (_func == nullptr) {
         return creators.erase(_msgid) != 0;
     }
-    return creators.emplace(_msgid, _func).second;
+    return creators.try_emplace(_msgid, _func).second;
 }
 
 namespace {
