@@ -17,7 +17,7 @@ using vek::detail::TextBuffer;
 namespace {
 
 /// One flushed line on the standard error stream, whatever that stream's format. Takes no memory.
-void reportError(std::string_view text, std::string_view tail = {}) {
+void reportError(std::string_view text, std::string_view tail = "") {
     TextBuffer<std::ostream> line(std::cerr);
     line.put(text);
     line.put(tail);

@@ -3,6 +3,7 @@
 /// write to a stream costs as much as formatting a dozen bytes.
 #pragma once
 
+#include <cstring>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -26,14 +27,14 @@ public:
 
     explicit TextBuffer(Sink& _sink) : sink(_sink) {}
 
-    /// Text of any length.
+    /// Text of any length; not null, also when it is empty.
     void put(std::string_view text) {
         if (text.size() > CAPACITY) {
             flush();
             passOn(sink, text.data(), text.size());
         } else {
-            char* const begin = reserve(text.size());
-            end = begin + text.copy(begin, text.size());
+            std::memcpy(reserve(text.size()), text.data(), text.size());
+            end += text.size();
         }
     }
 
