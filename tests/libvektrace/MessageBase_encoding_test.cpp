@@ -10,6 +10,7 @@
 #include "support/Settings.h"
 #include "support/TestMessage.h"
 #include "support/hex.h"
+#include "support/streams.h"
 
 namespace {
 
@@ -287,10 +288,7 @@ TEST(CreateByteArray, ErrorLinesAreUnpaddedWhateverTheStreamsState) {
 }
 
 TEST(CreateByteArray, AnErrorLineIsFlushedAlsoWhereTheStreamFlushesNothingItself) {
-    struct Flushes : std::stringbuf {
-        int count = 0;
-        int sync() override { return ++count, 0; }
-    } flushes;
+    FlushCounter flushes;
     const CapturedErrors errors;
     std::cerr.rdbuf(&flushes);
     std::cerr << std::nounitbuf;

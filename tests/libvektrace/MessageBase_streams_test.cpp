@@ -165,10 +165,7 @@ TEST(TextForms, AStreamThatFailsInTheMiddleGetsTheSameTextAndKeepsFlagsAndFill) 
 }
 
 TEST(TextForms, NoStreamIsEverFlushed) {
-    struct Flushes : std::stringbuf {
-        int count = 0;
-        int sync() override { return ++count, 0; }
-    } buffer;
+    FlushCounter buffer;
     std::ostream os(&buffer);
     std::mt19937_64 random(15);
     for (int i = 0; i < 600; ++i) {

@@ -81,6 +81,18 @@ StreamState randomStreamState(Random& random) {
             static_cast<std::streamsize>(random() % 10), random() % 3 == 0};
 }
 
+/// Keeps the text and counts how often it is flushed.
+class FlushCounter : public std::stringbuf {
+public:
+    int count = 0;
+
+protected:
+    int sync() override {
+        ++count;
+        return 0;
+    }
+};
+
 /// Takes a number of characters and then fails, silently or by throwing.
 class LimitedBuffer : public std::streambuf {
 public:
