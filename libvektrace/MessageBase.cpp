@@ -376,13 +376,13 @@ std::string MessageBase::toString() const {
 
 std::ostream& operator<<(std::ostream& os, const MessageBase::portDirection_t& pd) {
     // The blank behind "In" is meant: both directions are as wide as each other.
-    static constexpr const char* DIR_TXT[MessageBase::PORT_DIR_NUM] = {"PortDirUnknown", "In ",
+    static constexpr const char* dir_txt[MessageBase::PORT_DIR_NUM] = {"PortDirUnknown", "In ",
                                                                        "Out"};
     if (pd < 0 || pd >= MessageBase::PORT_DIR_NUM) {
         printUnknownEnum(os, pd);
         return os;
     }
-    return os << DIR_TXT[pd];
+    return os << dir_txt[pd];
 }
 
 // ---- InvalidMessage ----------------------------------------------------------------------------

@@ -9,7 +9,7 @@
 
 namespace vek::detail {
 
-inline constexpr uint32_t MICROSECONDS_PER_SECOND = 1000000;
+inline constexpr uint32_t oneus = 1000000;  ///< microseconds per second
 
 /// The most digits behind the point: a timestamp counts microseconds.
 inline constexpr uint8_t MAX_PRECISION = 6;
@@ -20,13 +20,13 @@ inline constexpr size_t TIMESTAMP_ROOM = CALENDAR_ROOM + 1 + MAX_PRECISION;
 /// The whole seconds, cut to 32 bits; where time_t is a signed 32-bit type, the upper half of
 /// these becomes negative. Both are meant.
 inline time_t wholeSeconds(timeStamp_t stamp) {
-    return static_cast<time_t>(static_cast<uint32_t>(stamp / MICROSECONDS_PER_SECOND));
+    return static_cast<time_t>(static_cast<uint32_t>(stamp / oneus));
 }
 
 inline tm localFromSeconds(time_t seconds) {
-    tm t{};
-    localtime_r(&seconds, &t);
-    return t;
+    tm timeStruct{};
+    localtime_r(&seconds, &timeStruct);
+    return timeStruct;
 }
 
 /// "." and the first `precision` of the six digits of `microseconds`; nothing for 0. Room: 1 + 6.
@@ -44,7 +44,7 @@ inline char* writeFraction(char* out, uint32_t microseconds, uint8_t precision) 
 inline char* writeTimestamp(char* out, timeStamp_t stamp, bool utc, uint8_t precision) {
     const time_t seconds = wholeSeconds(stamp);
     out = utc ? writeUtc(out, seconds) : writeCalendar(out, localFromSeconds(seconds));
-    return writeFraction(out, static_cast<uint32_t>(stamp % MICROSECONDS_PER_SECOND), precision);
+    return writeFraction(out, static_cast<uint32_t>(stamp % oneus), precision);
 }
 
 /// The fixed form: UTC with six digits. Room: TIMESTAMP_ROOM.
