@@ -39,15 +39,16 @@ need_packages() {
         apt-get install -qq -y --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-# configure PRESET: into build/PRESET, with Ninja when it is there. Warnings
-# are errors in continuous integration only.
+# configure PRESET: into build/PRESET, with Ninja when it is there. Warnings are errors in
+# continuous integration only.
 configure() {
     local arguments=() werror=OFF
     if command -v ninja >/dev/null; then
         export CMAKE_GENERATOR=Ninja
     fi
     [ "${CI:-}" != true ] || werror=ON
-    cmake --list-presets | grep -qF "\"$1\"" || die "$1: no such preset; cmake --list-presets tells them"
+    [[ $(cmake --list-presets) == *"\"$1\""* ]] ||
+        die "$1: no such preset; cmake --list-presets tells them"
     # A build folder of a tree that was moved or copied is of no use.
     if [ -f "build/$1/CMakeCache.txt" ] &&
         ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$PWD" "build/$1/CMakeCache.txt"; then
