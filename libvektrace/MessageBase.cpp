@@ -417,7 +417,7 @@ size_t InvalidMessage::writeToByteArray(uint8_t*& data, size_t maxLen, bool sync
     // and the result does not depend on either: all of this is meant.
     MessageBase::writeToByteArray(data, maxLen, sync);
     std::copy(rawData.begin(), rawData.end(), data);
-    return size() + MO_BASE_DERIVED;
+    return InvalidMessage::getSize();
 }
 
 size_t InvalidMessage::getSize() const { return size() + MO_BASE_DERIVED; }
