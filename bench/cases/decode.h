@@ -47,4 +47,15 @@ inline constexpr msgid_t THROWING_ID = MSGID_SIGNAL;
 /// Fills the library's registry: SIMPLE_IDS, the payload class and the creator that throws.
 void registerCreators();
 
+/// A contender that decodes through one function whatever the case.
+template <class Decode>
+void addDecoder(const char* name) {
+    for (const DecodeCase& c : knownCases()) {
+        add<Decode>(c.name, name, c);
+    }
+    for (const DecodeCase* c : {&mixedCase(), &unknownCase(), &invalidCase(), &throwingCase()}) {
+        add<Decode>(c->name, name, *c);
+    }
+}
+
 }  // namespace bench

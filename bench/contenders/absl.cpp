@@ -63,13 +63,6 @@ struct PrintInvalid {
 
 }  // namespace
 
-void addAbsl() {
-    constexpr const char* NAME = "absl";
-    addStreamStamp<StampToStream<PrintStamp>>(NAME);
-    addStringStamp<StampToString<PrintStamp>>(NAME);
-    addDump<DumpToStream<PrintDump>>(NAME);
-    addStringInvalid<InvalidToString<PrintInvalid>>(NAME);
-    addStreamInvalid<InvalidToStream<PrintInvalid>>(NAME);
-}
+void addAbsl() { addText<PrintStamp, PrintDump, PrintInvalid>("absl"); }
 
 }  // namespace bench

@@ -143,12 +143,6 @@ struct PrintInvalid {
 
 }  // namespace
 
-void addBoundForText(const char* name) {
-    addStreamStamp<StampToStream<PrintStamp>>(name);
-    addStringStamp<StampToString<PrintStamp>>(name);
-    addDump<DumpToStream<PrintDump>>(name);
-    addStringInvalid<InvalidToString<PrintInvalid>>(name);
-    addStreamInvalid<InvalidToStream<PrintInvalid>>(name);
-}
+void addBoundForText(const char* name) { addText<PrintStamp, PrintDump, PrintInvalid>(name); }
 
 }  // namespace bench

@@ -84,13 +84,6 @@ private:
 
 }  // namespace
 
-void addFmt() {
-    constexpr const char* NAME = "fmt";
-    addStreamStamp<StampToStream<PrintStamp>>(NAME);
-    addStringStamp<StampToString<PrintStamp>>(NAME);
-    addDump<DumpToStream<PrintDump>>(NAME);
-    addStringInvalid<InvalidToString<PrintInvalid>>(NAME);
-    addStreamInvalid<InvalidToStream<PrintInvalid>>(NAME);
-}
+void addFmt() { addText<PrintStamp, PrintDump, PrintInvalid>("fmt"); }
 
 }  // namespace bench

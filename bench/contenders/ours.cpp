@@ -84,17 +84,8 @@ struct PrintInvalid {
 void addOurs() {
     constexpr const char* NAME = "ours";
     addEncoder<Encode>(NAME);
-    for (const DecodeCase& c : knownCases()) {
-        add<Decode>(c.name, NAME, c);
-    }
-    for (const DecodeCase* c : {&mixedCase(), &unknownCase(), &invalidCase(), &throwingCase()}) {
-        add<Decode>(c->name, NAME, *c);
-    }
-    addStreamStamp<StampToStream<PrintStamp>>(NAME);
-    addStringStamp<StampToString<PrintStamp>>(NAME);
-    addDump<DumpToStream<PrintDump>>(NAME);
-    addStringInvalid<InvalidToString<PrintInvalid>>(NAME);
-    addStreamInvalid<InvalidToStream<PrintInvalid>>(NAME);
+    addDecoder<Decode>(NAME);
+    addText<PrintStamp, PrintDump, PrintInvalid>(NAME);
 }
 
 }  // namespace bench

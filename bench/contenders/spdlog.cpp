@@ -85,13 +85,6 @@ private:
 
 }  // namespace
 
-void addSpdlog() {
-    constexpr const char* NAME = "spdlog";
-    addStreamStamp<StampToStream<PrintStamp>>(NAME);
-    addStringStamp<StampToString<PrintStamp>>(NAME);
-    addDump<DumpToStream<PrintDump>>(NAME);
-    addStringInvalid<InvalidToString<PrintInvalid>>(NAME);
-    addStreamInvalid<InvalidToStream<PrintInvalid>>(NAME);
-}
+void addSpdlog() { addText<PrintStamp, PrintDump, PrintInvalid>("spdlog"); }
 
 }  // namespace bench

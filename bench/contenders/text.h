@@ -105,4 +105,14 @@ private:
     Print print;
 };
 
+/// A contender for every case of text: how it prints a timestamp, bytes, and an invalid message.
+template <class PrintStamp, class PrintDump, class PrintInvalid>
+void addText(const char* name) {
+    addStreamStamp<StampToStream<PrintStamp>>(name);
+    addStringStamp<StampToString<PrintStamp>>(name);
+    addDump<DumpToStream<PrintDump>>(name);
+    addStringInvalid<InvalidToString<PrintInvalid>>(name);
+    addStreamInvalid<InvalidToStream<PrintInvalid>>(name);
+}
+
 }  // namespace bench
