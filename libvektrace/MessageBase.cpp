@@ -242,10 +242,7 @@ InvalidMessageException::~InvalidMessageException() = default;
 // ---- Text --------------------------------------------------------------------------------------
 
 void MessageBase::printTimestamp(std::ostream& os, timeStamp_t ts) {
-    char text[vek::detail::TIMESTAMP_ROOM];
-    const char* const end = vek::detail::writeTimestamp(text, ts);
-    os.width(0);
-    os.write(text, end - text);
+    printTimeStamp(os, ts, true, vek::detail::MAX_PRECISION);
 }
 
 std::string MessageBase::printTimestamp(timeStamp_t _timeStamp) {
