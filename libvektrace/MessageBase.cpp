@@ -127,10 +127,10 @@ size_t recordLength(size_t size, bool sync) {
 }
 
 /// For a size that no usual class reports: false, with the error line, when it is refused. Else the
-/// class reports less than a header, and gets memory for one behind `begin`: the base writes a
-/// header all the same, and that must not be memory of others.
-[[gnu::cold, gnu::noinline]] bool makeRoomForOddSize(byteVec_t& buffer, size_t begin, size_t size,
-                                                     bool sync) {
+/// class reports less than a header, and gets memory for one: the base writes a header all the same,
+/// and that must not be memory of others.
+[[gnu::cold, gnu::noinline]] bool makeRoomForOddSize(byteVec_t& buffer, size_t size, bool sync,
+                                                     bool append) {
     if (size > MAX_SIZE) {
         reportError("[ERROR] Message size too big");
         return false;
@@ -139,8 +139,22 @@ size_t recordLength(size_t size, bool sync) {
         reportError("[ERROR] Message size too small");
         return false;
     }
-    buffer.reserve(begin + recordLength(HEADER_SIZE, sync));
+    buffer.reserve((append ? buffer.size() : 0) + recordLength(HEADER_SIZE, sync));
     return true;
+}
+
+/// Where there is room, a short record's zeros are the beginning of a constant number of them: to
+/// write that many and take back the rest needs neither a loop nor a call.
+void appendZeros(byteVec_t& buffer, size_t count) {
+    static constexpr uint8_t FEW[96] = {};
+    const uint8_t* const end = buffer.data() + buffer.size();
+    const auto spare = static_cast<size_t>(buffer.data() + buffer.capacity() - end);
+    if (count <= sizeof FEW && spare >= sizeof FEW) {
+        buffer.insert(buffer.end(), std::begin(FEW), std::end(FEW));
+        buffer.erase(buffer.end() - static_cast<ptrdiff_t>(sizeof FEW - count), buffer.end());
+    } else {
+        buffer.insert(buffer.end(), count, 0);
+    }
 }
 
 }  // namespace
@@ -149,18 +163,16 @@ size_t recordLength(size_t size, bool sync) {
 [[gnu::flatten]] size_t MessageBase::createByteArray(byteVec_t& _buffer, bool _sync,
                                                      bool _append) const {
     const size_t size = getSize();
-    const size_t begin = _append ? _buffer.size() : 0;
-    if (size < HEADER_SIZE || size > MAX_SIZE) {
-        if (!makeRoomForOddSize(_buffer, begin, size, _sync)) {
-            return 0;
-        }
+    const bool odd = size < HEADER_SIZE || size > MAX_SIZE;
+    if (odd && !makeRoomForOddSize(_buffer, size, _sync, _append)) {
+        return 0;
     }
-    const size_t length = recordLength(size, _sync);
     if (!_append) {
         _buffer.clear();
     }
-    _buffer.resize(begin + length);
-    uint8_t* pdest = _buffer.data() + begin;
+    const size_t length = recordLength(size, _sync);
+    appendZeros(_buffer, length);
+    uint8_t* pdest = _buffer.data() + _buffer.size() - length;
     return writeToByteArray(pdest, length, _sync);
 }
 

@@ -150,6 +150,23 @@ TEST(CreateByteArray, BytesThatTheEncoderLeavesOutAreZeroAlsoOverOldOnes) {
     EXPECT_EQ(buffer[37], 0);
 }
 
+TEST(CreateByteArray, LeavesZerosAndMovesNothingWhateverTheLengthAndTheSpareRoom) {
+    for (size_t length = 14; length < 120; ++length) {
+        for (size_t spare = 0; spare < 120; ++spare) {
+            byteVec_t buffer(5 + spare, 0xEE);
+            const uint8_t* const memory = buffer.data();
+            buffer.resize(5);
+            const bool fits = length <= buffer.capacity() - buffer.size();
+            SizedMessage(length - 2).createByteArray(buffer, false, true);
+            ASSERT_EQ(buffer.data() == memory, fits) << length << " into " << spare;
+            ASSERT_EQ(buffer.size(), 5 + length);
+            ASSERT_EQ(byteVec_t(buffer.begin(), buffer.begin() + 5), byteVec_t(5, 0xEE));
+            ASSERT_EQ(byteVec_t(buffer.begin() + 19, buffer.end()), byteVec_t(length - 14, 0))
+                << length << " into " << spare;
+        }
+    }
+}
+
 TEST(CreateByteArray, EqualsThePlainRecordForEveryPayloadLength) {
     std::mt19937 random(6);
     byteVec_t appended;
