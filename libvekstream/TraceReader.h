@@ -1,0 +1,53 @@
+/// @file
+/// Reads a trace from a file, a pipe or a growing file, plain or compressed, in bounded memory.
+///
+/// Threads: one reader is used by one thread at a time. Only the flag of TraceReaderOptions::stop
+/// may be set from elsewhere, also from a signal handler.
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include "libvekstream/RecordScanner.h"
+#include "libvekstream/TraceException.h"
+
+struct TraceReaderOptions {
+    framing_t framing = FRAMING_DETECT;
+    sizeRule_t rule = RULE_TRUST_SIZES;
+    /// At the end wait for more, until `stop` says otherwise. Not with compressed input.
+    bool follow = false;
+    /// Where not null: once it is true the input ends where it is. It is looked at before every read
+    /// and when a signal interrupts one.
+    const std::atomic<bool>* stop = nullptr;
+    /// How many times as long as its compressed form input may be; a protection against input that
+    /// is made to fill the memory or the time of its reader.
+    uint64_t expansionLimit = 1000;
+};
+
+/// Whether this build reads input compressed so.
+VEK_EXPORT bool canReadGzip();
+VEK_EXPORT bool canReadZstd();
+
+class VEK_EXPORT TraceReader {
+public:
+    /// Reads from where `fd` stands; it stays the caller's and open.
+    explicit TraceReader(int fd, const TraceReaderOptions& options = TraceReaderOptions());
+    ~TraceReader();
+    TraceReader(const TraceReader&) = delete;
+    TraceReader& operator=(const TraceReader&) = delete;
+
+    /// Takes the next span, whose bytes are valid until the next call. False at the end.
+    ///
+    /// Throws TraceException when reading or decompressing fails, but not before everything that was
+    /// read up to there was taken as spans. Offsets count bytes of the trace, not compressed ones.
+    bool next(TraceSpan& span);
+
+    /// Bytes taken from `fd`, compressed ones where it is.
+    uint64_t bytesRead() const;
+    uint64_t ambiguities() const;
+    framing_t framing() const;
+
+private:
+    struct State;
+    std::unique_ptr<State> state;
+};
