@@ -3,14 +3,15 @@
 ///
 /// A trace is a sequence of header version 1 records, each with a sync marker in front (marked) or
 /// none of them (unmarked). The scanner yields spans that tile the input exactly, whatever the bytes
-/// are; it allocates nothing, throws nothing and reads no byte outside of the input.
+/// are; it throws nothing because of them, allocates nothing once it is made and reads no byte outside
+/// of the input.
 ///
 /// docs/recovery.md tells the rules by which damaged input is divided, and how well they do.
 ///
 /// Threads: one scanner is used by one thread at a time.
 #pragma once
 
-#include <bitset>
+#include <memory>
 
 #include "libvekstream/TraceSpan.h"
 
@@ -38,15 +39,18 @@ public:
     };
 
     /// The longest record: 65535 bytes behind the size field, with a marker in front.
-    static constexpr size_t MAX_RECORD = sizeof MessageBase::SYNC_MARKER + MessageBase::MO_MSGID + 0xffff;
+    static constexpr size_t MAX_RECORD =
+        sizeof MessageBase::SYNC_MARKER + MessageBase::MO_MSGID + 0xffff;
     /// The longest gap span; a longer gap is divided into several.
     static constexpr size_t MAX_GAP = 0x20000;
     /// With as many bytes from position() on, next() never asks for more.
     static constexpr size_t MAX_LOOKAHEAD = MAX_GAP + 4 * MAX_RECORD;
 
     /// Identifiers that are registered by now count as known, beside those of the catalogue.
-    explicit RecordScanner(framing_t framing = FRAMING_DETECT,
-                           sizeRule_t rule = RULE_TRUST_SIZES);
+    explicit RecordScanner(framing_t framing = FRAMING_DETECT, sizeRule_t rule = RULE_TRUST_SIZES);
+    ~RecordScanner();
+    RecordScanner(RecordScanner&& other) noexcept;
+    RecordScanner& operator=(RecordScanner&& other) noexcept;
 
     /// The bytes from position() on, in memory that stays while spans are taken from it. May be
     /// called again at any time, with the same bytes and more.
@@ -58,15 +62,13 @@ public:
     bool next(TraceSpan& span);
 
     /// Offset of the first byte that is in no span yet, from the beginning of the input.
-    uint64_t position() const { return begin; }
+    uint64_t position() const;
     /// Records and gaps that can be read in two ways, whichever was chosen.
-    uint64_t ambiguities() const { return ambiguityCount; }
+    uint64_t ambiguities() const;
     /// FRAMING_DETECT as long as it is not known.
-    framing_t framing() const { return frame; }
+    framing_t framing() const;
 
 private:
-    // What the bytes say, as far as they are there.
-    enum answer_t : int { ANSWER_NO, ANSWER_YES, ANSWER_OPEN };
-    struct Frame;
-    struct Verdict;
+    struct State;
+    std::unique_ptr<State> state;
 };

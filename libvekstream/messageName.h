@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "libvektrace/messageID.h"
+#include "libvekutil/export.h"
 
 /// "CAN" for MSGID_CAN, "TIMEJUMP" for MSGID_TIMEJUMP; null for a number without an enumerator. The
 /// text is a constant.
