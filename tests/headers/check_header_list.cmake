@@ -1,7 +1,8 @@
 # Compares TESTED, the headers of the targets, with the headers that lie in the library folders of
 # the REPOSITORY. Those in a detail/ folder are not public.
 
-file(GLOB present RELATIVE ${REPOSITORY} ${REPOSITORY}/libvekutil/*.h ${REPOSITORY}/libvektrace/*.h)
+file(GLOB present RELATIVE ${REPOSITORY} ${REPOSITORY}/libvekutil/*.h ${REPOSITORY}/libvektrace/*.h
+     ${REPOSITORY}/libvekstream/*.h)
 list(SORT present)
 list(SORT TESTED)
 if(NOT present)

@@ -5,7 +5,7 @@ include_guard()
 
 function(vektrace_public_headers variable)
   set(headers)
-  foreach(library vekutil vektrace)
+  foreach(library vekutil vektrace vekstream)
     get_target_property(files ${library} HEADER_SET)
     foreach(file ${files})
       cmake_path(RELATIVE_PATH file BASE_DIRECTORY ${PROJECT_SOURCE_DIR})

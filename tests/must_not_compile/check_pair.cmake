@@ -10,7 +10,7 @@
 
 set(ENV{LC_ALL} C)  # messages in English, quotes in ASCII
 
-set(command ${COMPILE} -std=c++17 -w ${CASE})
+set(command ${COMPILE} -std=c++17 ${CASE})
 if(LINKED)
   list(APPEND command -o ${OUTPUT} ${LINKED})
 else()
