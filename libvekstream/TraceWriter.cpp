@@ -1,0 +1,116 @@
+#include "libvekstream/TraceWriter.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "libvekstream/detail/IoError.h"
+#include "libvekstream/detail/OutputFile.h"
+
+using namespace vek::detail;
+
+namespace {
+
+/// What is collected before it is written.
+constexpr size_t CAPACITY = 0x10000;
+
+/// Where the caller's descriptor does not wait by itself.
+void waitUntilWritable(int fd) {
+    pollfd asked = {fd, POLLOUT, 0};
+    ::poll(&asked, 1, -1);
+}
+
+/// Some of the bytes; returns how many. Throws IoError.
+size_t writeSome(int fd, const uint8_t* data, size_t length) {
+    for (;;) {
+        const ssize_t some = ::write(fd, data, length);
+        if (some >= 0) {
+            return static_cast<size_t>(some);
+        }
+        if (errno == EAGAIN) {
+            waitUntilWritable(fd);
+        } else if (errno != EINTR) {
+            throw IoError(errno);
+        }
+    }
+}
+
+}  // namespace
+
+struct TraceWriter::File : OutputFile {
+    using OutputFile::OutputFile;
+
+    static std::unique_ptr<File> open(const std::string& path, existing_t existing) {
+        try {
+            return std::make_unique<File>(path, existing == EXISTING_REPLACE);
+        } catch (const IoError& error) {
+            throw TraceException(error.what(), 0, error.error());
+        }
+    }
+};
+
+TraceWriter::TraceWriter(const std::string& path, existing_t existing)
+    : file(File::open(path, existing)), fd(file->descriptor()) {
+    buffer.reserve(CAPACITY);
+}
+
+TraceWriter::TraceWriter(int _fd) : fd(_fd) { buffer.reserve(CAPACITY); }
+
+TraceWriter::~TraceWriter() = default;
+
+void TraceWriter::write(const uint8_t* data, size_t length) {
+    checkUsable();
+    if (length > CAPACITY - buffer.size()) {
+        flush();
+    }
+    taken += length;
+    if (length < CAPACITY) {
+        buffer.insert(buffer.end(), data, data + length);
+    } else {
+        writeOut(data, length);
+    }
+}
+
+void TraceWriter::flush() {
+    checkUsable();
+    writeOut(buffer.data(), buffer.size());
+    buffer.clear();
+}
+
+void TraceWriter::commit() {
+    flush();
+    if (file != nullptr) {
+        try {
+            file->commit();
+        } catch (const IoError& error) {
+            file.reset();
+            fail(error.what(), error.error());
+        }
+    }
+    failure.emplace("written behind the end", written);
+}
+
+void TraceWriter::writeOut(const uint8_t* data, size_t length) {
+    try {
+        while (length > 0) {
+            const size_t some = writeSome(fd, data, length);
+            written += some;
+            data += some;
+            length -= some;
+        }
+    } catch (const IoError& error) {
+        fail(error.what(), error.error());
+    }
+}
+
+void TraceWriter::checkUsable() const {
+    if (failure) {
+        throw TraceException(*failure);
+    }
+}
+
+void TraceWriter::fail(const std::string& reason, int error) {
+    failure.emplace(reason, written, error);
+    throw TraceException(*failure);
+}

@@ -1,0 +1,44 @@
+/// @file
+/// A file that has a name of its own while it is written, and its final one when it is whole.
+#pragma once
+
+#include <string>
+
+namespace vek::detail {
+
+class OutputFile {
+public:
+    /// A pipe or a device under `path` is written to as it is. Where `path` is a symbolic link, the
+    /// file that it leads to is meant. Throws IoError.
+    OutputFile(const std::string& path, bool _replace);
+    /// Removes the file unless it has got its name.
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    /// Open for writing until commit().
+    int descriptor() const { return fd; }
+
+    /// Makes the file safe on its storage, closes it and gives it its name. Throws IoError.
+    void commit();
+
+private:
+    void openAsItIs(const std::string& path);
+    void create(unsigned mode);
+    void close();
+    void giveName();
+
+    std::string target;
+    std::string temporary;  ///< empty: there is nothing to be named or removed
+    bool replace;
+    int fd = -1;
+};
+
+// Two ways to give a file a name that is not taken yet, in one step; return 0 or an errno value.
+
+/// Not on every file system: EINVAL then.
+int renameToNewName(const std::string& from, const std::string& to);
+/// Not on every file system either.
+int linkToNewName(const std::string& from, const std::string& to);
+
+}  // namespace vek::detail
