@@ -4,6 +4,22 @@ include(CMakePackageConfigHelpers)
 
 set(VEKTRACE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/vektrace)
 
+# A static library leaves it to the program to link what it uses itself.
+set(VEKTRACE_DEPENDENCIES)
+set(VEKTRACE_PC_PRIVATE)
+get_target_property(type vekstream TYPE)
+if(type STREQUAL STATIC_LIBRARY AND VEKTRACE_HAS_ZLIB)
+  string(APPEND VEKTRACE_DEPENDENCIES "find_dependency(ZLIB)\n")
+  list(APPEND VEKTRACE_PC_PRIVATE zlib)
+endif()
+if(type STREQUAL STATIC_LIBRARY AND VEKTRACE_HAS_ZSTD)
+  string(APPEND VEKTRACE_DEPENDENCIES "find_dependency(VektraceZstd)\n")
+  list(APPEND VEKTRACE_PC_PRIVATE libzstd)
+  install(FILES ${CMAKE_CURRENT_LIST_DIR}/FindVektraceZstd.cmake
+          DESTINATION ${VEKTRACE_PACKAGE_DIR})
+endif()
+list(JOIN VEKTRACE_PC_PRIVATE ", " VEKTRACE_PC_PRIVATE)
+
 configure_package_config_file(
   ${CMAKE_CURRENT_LIST_DIR}/vektraceConfig.cmake.in ${PROJECT_BINARY_DIR}/vektraceConfig.cmake
   INSTALL_DESTINATION ${VEKTRACE_PACKAGE_DIR})
@@ -28,7 +44,7 @@ endif()
 file(RELATIVE_PATH VEKTRACE_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
      ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" VEKTRACE_PC_TO_PREFIX ${VEKTRACE_PC_TO_PREFIX})
-foreach(library vekutil vektrace)
+foreach(library vekutil vektrace vekstream)
   configure_file(${CMAKE_CURRENT_LIST_DIR}/${library}.pc.in ${PROJECT_BINARY_DIR}/${library}.pc
                  @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${library}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -14,13 +14,15 @@
 struct TraceReaderOptions {
     framing_t framing = FRAMING_DETECT;
     sizeRule_t rule = RULE_TRUST_SIZES;
-    /// At the end wait for more, until `stop` says otherwise. Not with compressed input.
+    /// At the end of a file wait for more, until `stop` says otherwise, and do not let a whole record
+    /// wait for what comes behind it. A pipe ends when nobody can write to it any more. Compressed
+    /// input is not followed.
     bool follow = false;
-    /// Where not null: once it is true the input ends where it is. It is looked at before every read
-    /// and when a signal interrupts one.
+    /// Where not null: once it is true the input ends where it is. It is looked at before every read,
+    /// when a signal interrupts one, and now and then while there is nothing to read.
     const std::atomic<bool>* stop = nullptr;
-    /// How many times as long as its compressed form input may be; a protection against input that
-    /// is made to fill the memory or the time of its reader.
+    /// How many times as long as its compressed form input may be, from 16 MiB on; 0: any. A
+    /// protection against input that is made to fill the storage or the time of its reader.
     uint64_t expansionLimit = 1000;
 };
 
