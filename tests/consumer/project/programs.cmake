@@ -5,3 +5,6 @@ target_link_libraries(bytes PRIVATE vektrace::vekutil)
 
 add_executable(messages ${CMAKE_CURRENT_LIST_DIR}/messages.cpp)
 target_link_libraries(messages PRIVATE vektrace::vektrace)
+
+add_executable(streams ${CMAKE_CURRENT_LIST_DIR}/streams.cpp)
+target_link_libraries(streams PRIVATE vektrace::vekstream)
