@@ -283,19 +283,33 @@ TEST_P(RecordScannerBesideItsPlainTwin, AgreesOnInputThatIsMadeToCostTime) {
     }
 }
 
-TEST_P(RecordScannerBesideItsPlainTwin, AgreesWhereTheSearchForChainsGivesUp) {
-    // The longest record is full of frames whose chains all end one byte before it does.
-    const byteVec_t late = repeated(bytes("55 AA 00 0C"), 65520);
-    const byteVec_t ambiguous = markedRecord(
-        MSGID_CONTAINER, SOME_TIME,
-        joined({markedRecord(MSGID_CAN, SOME_TIME), markedRecord(MSGID_CAN, SOME_TIME)}));
-    const byteVec_t costly = markedRecord(MSGID_CONTAINER, SOME_TIME, joined({late, {0x00}}));
-    for (size_t count = 0; count < 40; ++count) {
-        byteVec_t input = costly;
-        for (size_t i = 0; i < count; ++i) {
-            input = joined({input, ambiguous});
+// ---- Steps -------------------------------------------------------------------------------------
+
+/// A record that is ambiguous if the search in it takes `frames` steps that lead nowhere, and two.
+byteVec_t costlyRecord(size_t frames) {
+    const byteVec_t nowhere = repeated(bytes("55 AA 00 0D"), 4 * frames);
+    const byteVec_t carried = markedRecord(MSGID_CAN, SOME_TIME);
+    return markedRecord(MSGID_CONTAINER, SOME_TIME, joined({nowhere, carried, carried}));
+}
+
+TEST(SearchForChains, TakesAsManyStepsAsItMay) {
+    // The record ends at 48 + 4 * 8200, which allows for 4096 + 4106 steps.
+    const byteVec_t most = costlyRecord(8200);
+    const byteVec_t tooMany = costlyRecord(8201);
+    EXPECT_TRUE(spansAtOnce(most, FRAMING_MARKED, RULE_TRUST_SIZES).front().ambiguous);
+    EXPECT_FALSE(spansAtOnce(tooMany, FRAMING_MARKED, RULE_TRUST_SIZES).front().ambiguous);
+    expectAsPlain(most);
+    expectAsPlain(tooMany);
+}
+
+TEST(SearchForChains, SharesItsStepsAmongTheRecordsAsThePlainTwinDoes) {
+    Dice dice(5);
+    for (size_t round = 0; round < 20 * testEffort() && !testing::Test::HasFailure(); ++round) {
+        byteVec_t input = costlyRecord(dice.between(8000, 12000));
+        for (size_t count = dice.between(1, 30); count > 0; --count) {
+            input = joined({input, costlyRecord(dice.below(dice.oneIn(5) ? 2000 : 20))});
         }
-        expectAsPlain(joined({input, costly, ambiguous, ambiguous}));
+        expectAsPlain(input);
     }
 }
 

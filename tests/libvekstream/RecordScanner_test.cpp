@@ -168,6 +168,7 @@ TEST(AmbiguousRecord, HoldsAtLeastTwoRecordsOfWhichTheLastEndsWhereItEnds) {
     EXPECT_EQ(carrying({MARKED, MARKED, {0}}), "record 49, record 16");
     EXPECT_EQ(carrying({{0}, MARKED, {0}, MARKED}), "record 50, record 16");
     EXPECT_EQ(carrying({{0}, MARKED, MARKED}), "record 49 ambiguous, record 16");
+    EXPECT_EQ(carrying({MARKED, withByte(MARKED, 3, 13)}), "record 48, record 16");
 }
 
 TEST(AmbiguousRecord, HoldsEightRecordsWhereverTheLastEnds) {
