@@ -268,6 +268,13 @@ TEST(UnmarkedInAGap, AllOfThemNeedAKnownIdentifierAndANearTime) {
     EXPECT_EQ(unmarked({UNMARKED, zeros(32), far}), "record 14, filler 46");
 }
 
+TEST(UnmarkedInAGap, EachTimeIsComparedWithTheOneBefore) {
+    const byteVec_t second = unmarkedRecord(MSGID_CAN, SOME_TIME + ONE_DAY);
+    const byteVec_t third = unmarkedRecord(MSGID_CAN, SOME_TIME + 2 * ONE_DAY);
+    EXPECT_EQ(unmarked({zeros(32), UNMARKED, second, third, zeros(32)}),
+              "filler 32, record 14, record 14, record 14, filler 32");
+}
+
 // ---- Which framing -----------------------------------------------------------------------------
 
 TEST(DetectedFraming, IsThatOfTheFirstRecord) {
@@ -281,6 +288,17 @@ TEST(DetectedFraming, IsThatOfTheFirstRecordBehindJunk) {
     EXPECT_EQ(detected({zeros(65535), UNMARKED}), FRAMING_UNMARKED);
     EXPECT_EQ(detected({zeros(65536), UNMARKED}), FRAMING_MARKED)
         << "nothing within the first 65536 bytes";
+}
+
+TEST(DetectedFraming, IsMarkedWhereARecordChecksOutEitherWay) {
+    // Taken for an unmarked record, the first one behind the junk has the known identifier 0010 and
+    // ends where the input does.
+    const byteVec_t first = markedRecord(MSGID_CAN, SOME_TIME, JUNK);
+    const byteVec_t either = withByte(joined({first, {0x21}, MARKED, MARKED}), 3, 0x10);
+    const byteVec_t rest = zeros(2 + 0x55AA - either.size());
+    EXPECT_EQ(detected({JUNK, either, rest}), FRAMING_MARKED);
+    const byteVec_t badlyFollowed = withByte(withByte(either, 20, 0), 23, 0);
+    EXPECT_EQ(detected({JUNK, badlyFollowed, rest}), FRAMING_UNMARKED);
 }
 
 TEST(DetectedFraming, IsMarkedWhereNothingTells) {
