@@ -42,9 +42,15 @@ public:
         if (candidate == searchEnd) {
             return false;
         }
-        limit = 4096 + offset / 8;
+        const uint64_t limit = 4096 + offset / 8;
         followed.clear(end);
-        for (; candidate < searchEnd; candidate = bytes.findMarker(candidate + 1, searchEnd)) {
+        for (size_t before = MIN_MARKED_RECORD; candidate < searchEnd;
+             candidate = bytes.findMarker(candidate + 1, searchEnd)) {
+            steps += 1 + (candidate - before) / BYTES_OF_A_STEP;
+            before = candidate;
+            if (steps > limit) {
+                return false;
+            }
             if (leadsTo(bytes, candidate, end)) {
                 return true;
             }
@@ -54,13 +60,14 @@ public:
 
 private:
     static constexpr int LONG_CHAIN = 8;
+    static constexpr size_t BYTES_OF_A_STEP = 64;
 
     bool leadsTo(const TraceBytes& bytes, size_t position, size_t end) {
         int frames = 0;
         while (position < end) {
             size_t after = 0;
             if (bytes.frame(position, MARKER_LENGTH, after) != ANSWER_YES || after > end ||
-                steps >= limit || !followed.add(position)) {
+                !followed.add(position)) {
                 return false;
             }
             ++steps;
@@ -74,7 +81,6 @@ private:
     }
 
     uint64_t steps = 0;
-    uint64_t limit = 0;
     PositionSet followed;
 };
 

@@ -142,15 +142,21 @@ private:
 
     bool isAmbiguous(size_t p, size_t e) {
         std::set<size_t> followed;
+        size_t before = p + 16;
         for (size_t c = p + 16; c + 32 <= e; ++c) {
+            if (!markerStands(c)) {
+                continue;
+            }
+            steps += 1 + (c - before) / 64;
+            before = c;
+            if (steps > 4096 + e / 8) {
+                return false;
+            }
             unsigned frames = 0;
             size_t at = c;
             for (size_t end = 0; frameStands(at, FRAMING_MARKED, end) && end <= e; at = end) {
                 if (followed.count(at) != 0) {
                     break;
-                }
-                if (steps == 4096 + e / 8) {
-                    return false;
                 }
                 followed.insert(at);
                 ++steps;
