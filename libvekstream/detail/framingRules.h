@@ -71,7 +71,10 @@ struct UnmarkedRules {
     const TraceBytes& bytes;
     const Beliefs& beliefs;
 
-    answer_t frame(size_t position, size_t& after) const { return bytes.frame(position, 0, after); }
+    answer_t frame(size_t position, size_t& after) const {
+        const answer_t framed = bytes.frame(position, 0, after);
+        return framed == ANSWER_YES && bytes.filler(position) == ANSWER_YES ? ANSWER_NO : framed;
+    }
 
     answer_t followedWell(size_t record, size_t position) const {
         const answer_t end = either(bytes.endsAt(position), cutHeader(position));

@@ -275,6 +275,13 @@ TEST(UnmarkedInAGap, EachTimeIsComparedWithTheOneBefore) {
               "filler 32, record 14, record 14, record 14, filler 32");
 }
 
+TEST(UnmarkedInAGap, ARunOfFFIsNoChainOfRecords) {
+    const byteVec_t run(4 * 65537, 0xFF);
+    EXPECT_EQ(unmarked({run}), "filler 131072, filler 131072 continued, filler 4 continued");
+    EXPECT_EQ(unmarked({run, UNMARKED}),
+              "filler 131072, filler 131072 continued, filler 4 continued, record 14");
+}
+
 // ---- Which framing -----------------------------------------------------------------------------
 
 TEST(DetectedFraming, IsThatOfTheFirstRecord) {
@@ -299,6 +306,12 @@ TEST(DetectedFraming, IsMarkedWhereARecordChecksOutEitherWay) {
     EXPECT_EQ(detected({JUNK, either, rest}), FRAMING_MARKED);
     const byteVec_t badlyFollowed = withByte(withByte(either, 20, 0), 23, 0);
     EXPECT_EQ(detected({JUNK, badlyFollowed, rest}), FRAMING_UNMARKED);
+}
+
+TEST(DetectedFraming, IsNotToldByARunOfFF) {
+    EXPECT_EQ(detected({byteVec_t(4 * 65537, 0xFF)}), FRAMING_MARKED);
+    EXPECT_EQ(detected({byteVec_t(65535, 0xFF), MARKED, byteVec_t(65537, 0x21)}), FRAMING_MARKED);
+    EXPECT_EQ(detected({byteVec_t(65535, 0xFF), UNMARKED}), FRAMING_UNMARKED);
 }
 
 TEST(DetectedFraming, IsMarkedWhereNothingTells) {

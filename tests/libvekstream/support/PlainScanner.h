@@ -64,7 +64,8 @@ private:
             return false;
         }
         end = p + marker + 2 + sizeField(p + marker);
-        return sizeField(p + marker) >= HEADER_SIZE && end <= n;
+        return sizeField(p + marker) >= HEADER_SIZE && end <= n &&
+               (framing == FRAMING_MARKED || !fillerStands(p));
     }
 
     // Fields of the record whose size field stands at p.
