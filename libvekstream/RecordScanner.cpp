@@ -52,12 +52,11 @@ struct RecordScanner::State {
         if (isMarked != ANSWER_NO) {
             return isMarked == ANSWER_OPEN ? ANSWER_OPEN : decideFor(FRAMING_MARKED);
         }
-        const answer_t isUnmarked = followedWell(unmarked(), 0);
+        const answer_t isUnmarked = unmarked().checksOut(0);
         if (isUnmarked == ANSWER_OPEN) {
             return ANSWER_OPEN;
         }
-        const bool known = isUnmarked == ANSWER_YES && beliefs.knows(bytes.at(0));
-        return decideFor(known ? FRAMING_UNMARKED : FRAMING_MARKED);
+        return decideFor(isUnmarked == ANSWER_YES ? FRAMING_UNMARKED : FRAMING_MARKED);
     }
 
     answer_t detectByHeader() {

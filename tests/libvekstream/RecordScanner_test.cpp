@@ -326,6 +326,12 @@ TEST(DetectedFraming, IsUnmarkedWhereAnUnmarkedRecordHasTheLengthOfAMarker) {
         << "an unknown identifier";
 }
 
+TEST(DetectedFraming, IsMarkedWhereADamagedSizeLooksLikeAKnownIdentifier) {
+    const byteVec_t damaged = withByte(MARKED, 3, 0x10);
+    EXPECT_EQ(detected({damaged, zeros(2 + 0x55AA - damaged.size()), MARKED, MARKED}),
+              FRAMING_MARKED);
+}
+
 TEST(DetectedFraming, IsUnmarkedForThreeUnknownRecordsWithNearTimes) {
     const byteVec_t unknown = unmarkedRecord(UNKNOWN, SOME_TIME);
     const byteVec_t far = unmarkedRecord(UNKNOWN, SOME_TIME + 9 * ONE_DAY);

@@ -277,9 +277,7 @@ private:
             if (frameStands(0, FRAMING_MARKED, end) && followedWellMarked(0, end)) {
                 return FRAMING_MARKED;
             }
-            const bool believed = frameStands(0, FRAMING_UNMARKED, end) && idIsKnown(0) &&
-                                  followedWellUnmarked(0, end);
-            return believed ? FRAMING_UNMARKED : FRAMING_MARKED;
+            return checksOutUnmarked(0) ? FRAMING_UNMARKED : FRAMING_MARKED;
         }
         if (frameStands(0, FRAMING_UNMARKED, end) && followedWellUnmarked(0, end) &&
             (idIsKnown(0) || isFirstOfThree(0, false))) {
