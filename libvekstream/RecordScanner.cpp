@@ -62,7 +62,7 @@ struct RecordScanner::State {
     answer_t detectByHeader() {
         answer_t isUnmarked = followedWell(unmarked(), 0);
         if (isUnmarked == ANSWER_YES && !beliefs.knows(bytes.at(0))) {
-            isUnmarked = unmarked().leadsOn(0, false);
+            isUnmarked = unmarked().leadsOn(0, UnmarkedRules::ANY_ONES);
         }
         return isUnmarked == ANSWER_YES ? decideFor(FRAMING_UNMARKED) : isUnmarked;
     }

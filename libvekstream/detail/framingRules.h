@@ -115,13 +115,25 @@ struct UnmarkedRules {
         if (bytes.left(position) < MessageBase::MO_BASE_DERIVED) {
             return bytes.missing();
         }
-        return beliefs.trustworthy(bytes.at(position)) ? leadsOn(position, true) : ANSWER_NO;
+        const uint8_t* const record = bytes.at(position);
+        if (!beliefs.knows(record)) {
+            return ANSWER_NO;
+        }
+        return leadsOn(position, beliefs.trustworthy(record) ? KNOWN_ONES : FAR_ONES);
     }
 
-    /// Whether three records follow each other, or fewer up to the end, with times near each other
-    /// and, where that is asked for, known identifiers.
-    answer_t leadsOn(size_t position, bool known) const {
-        constexpr int ENOUGH = 3;
+    /// Records that follow each other, with times near each other.
+    struct Chain {
+        int length;
+        bool shorterAtEnd;  ///< fewer will do where the last one ends where the input does
+        bool known;         ///< all of them with a known identifier
+    };
+    static constexpr Chain ANY_ONES = {3, true, false};
+    static constexpr Chain KNOWN_ONES = {3, true, true};
+    /// Whose times are far from what the records before have reached.
+    static constexpr Chain FAR_ONES = {4, false, true};
+
+    answer_t leadsOn(size_t position, const Chain& chain) const {
         const timeStamp_t* time = nullptr;
         timeStamp_t before = 0;
         for (int count = 1;; ++count) {
@@ -131,12 +143,16 @@ struct UnmarkedRules {
                 return framed;
             }
             const uint8_t* const record = bytes.at(position);
-            if ((known && !beliefs.knows(record)) || (time && !Beliefs::near(record, *time))) {
+            if ((chain.known && !beliefs.knows(record)) ||
+                (time && !Beliefs::near(record, *time))) {
                 return ANSWER_NO;
             }
+            if (count == chain.length) {
+                return ANSWER_YES;
+            }
             const answer_t end = bytes.endsAt(after);
-            if (count == ENOUGH || end != ANSWER_NO) {
-                return count == ENOUGH ? ANSWER_YES : end;
+            if (end != ANSWER_NO) {
+                return chain.shorterAtEnd || end == ANSWER_OPEN ? end : bytes.missing();
             }
             before = MessageBase::getTimeStamp(record);
             time = &before;

@@ -59,7 +59,7 @@ void expectPiecesChangeNothing(const byteVec_t& input, Dice& dice, size_t longes
 }
 
 byteVec_t damagedTrace(Dice& dice, bool marked, size_t records, size_t maxPayload) {
-    byteVec_t input = randomTrace(dice, marked, records, maxPayload).bytes;
+    byteVec_t input = traceWithAStep(dice, marked, records, maxPayload);
     for (size_t times = dice.below(6); times > 0; --times) {
         damage(input, dice);
     }

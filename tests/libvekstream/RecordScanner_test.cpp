@@ -268,6 +268,15 @@ TEST(UnmarkedInAGap, AllOfThemNeedAKnownIdentifierAndANearTime) {
     EXPECT_EQ(unmarked({UNMARKED, zeros(32), far}), "record 14, filler 46");
 }
 
+TEST(UnmarkedInAGap, FourKnownRecordsCheckOutFarFromTheTimeThatWasReached) {
+    const byteVec_t late = unmarkedRecord(MSGID_CAN, SOME_TIME + 9 * ONE_DAY);
+    EXPECT_EQ(unmarked({UNMARKED, zeros(32), late, late, late, late}),
+              "record 14, filler 32, record 14, record 14, record 14, record 14");
+    EXPECT_EQ(unmarked({UNMARKED, zeros(32), late, late, late, zeros(32)}),
+              "record 14, filler 106");
+    EXPECT_EQ(unmarked({UNMARKED, zeros(32), late, late, late}), "record 14, filler 74");
+}
+
 TEST(UnmarkedInAGap, EachTimeIsComparedWithTheOneBefore) {
     const byteVec_t second = unmarkedRecord(MSGID_CAN, SOME_TIME + ONE_DAY);
     const byteVec_t third = unmarkedRecord(MSGID_CAN, SOME_TIME + 2 * ONE_DAY);

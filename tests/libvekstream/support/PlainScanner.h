@@ -226,21 +226,26 @@ private:
 
     bool checksOutUnmarked(size_t c) const {
         size_t e = 0;
-        return frameStands(c, FRAMING_UNMARKED, e) && idIsKnown(c) && nearLast(time(c)) &&
-               isFirstOfThree(c, true);
+        return frameStands(c, FRAMING_UNMARKED, e) &&
+               ((nearLast(time(c)) && isFirstOfThree(c, true)) || isFirstOf(4, c, true, false));
     }
 
-    /// Whether three frames follow each other from c on, each with a time near that of the one
-    /// before it, or fewer of which the last ends at n.
+    /// Of three frames, or of fewer of which the last ends at n.
     bool isFirstOfThree(size_t c, bool withKnownIds) const {
+        return isFirstOf(3, c, withKnownIds, true);
+    }
+
+    /// Whether so many frames follow each other from c on, each with a time near that of the one
+    /// before it.
+    bool isFirstOf(int count, size_t c, bool withKnownIds, bool orFewerUpToTheEnd) const {
         size_t before = c;
-        for (int i = 0; i < 3; ++i) {
+        for (int i = 0; i < count; ++i) {
             size_t end = 0;
             if (!frameStands(c, FRAMING_UNMARKED, end) || !near(time(c), time(before)) ||
                 (withKnownIds && !idIsKnown(c))) {
                 return false;
             }
-            if (end == n) {
+            if (end == n && orFewerUpToTheEnd) {
                 return true;
             }
             before = c;

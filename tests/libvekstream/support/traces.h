@@ -85,15 +85,23 @@ struct Trace {
 };
 
 /// Records with usual identifiers, increasing times and random payloads of up to `maxPayload`.
-inline Trace randomTrace(Dice& dice, bool marked, size_t records, size_t maxPayload) {
+inline Trace randomTrace(Dice& dice, bool marked, size_t records, size_t maxPayload,
+                         timeStamp_t time = SOME_TIME) {
     Trace trace;
-    timeStamp_t time = SOME_TIME;
     for (size_t i = 0; i < records; ++i) {
         time += dice.below(2000);
         const unsigned id = usualId(dice);
         trace.add(record(marked, id, time, dice.bytes(dice.below(maxPayload + 1))));
     }
     return trace;
+}
+
+/// Two such traces, the second of which begins anywhere within some days of the first.
+inline byteVec_t traceWithAStep(Dice& dice, bool marked, size_t records, size_t maxPayload) {
+    constexpr size_t THREE_DAYS = 3 * size_t{86400} * 1000;
+    const timeStamp_t later = SOME_TIME + timeStamp_t{1000} * dice.below(THREE_DAYS);
+    return joined({randomTrace(dice, marked, records, maxPayload).bytes,
+                   randomTrace(dice, marked, records, maxPayload, later).bytes});
 }
 
 /// Does one kind of damage at one place.
