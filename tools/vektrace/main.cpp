@@ -1,0 +1,3 @@
+#include "tools/vektrace/program/commandLine.h"
+
+int main(int argc, char* argv[]) { return vek::program::run(argc, argv); }

@@ -1,0 +1,40 @@
+/// @file
+/// An open file that is closed at the end of the scope, unless it is a standard stream.
+#pragma once
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+#include "tools/vektrace/program/errors.h"
+
+namespace vek::program {
+
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int standardStream) : fd(standardStream) {}
+    /// Throws Failure.
+    FileDescriptor(const std::string& path, int flags)
+        : fd(open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY)), owned(true) {
+        if (fd == -1) {
+            throw Failure(path, systemReason(errno));
+        }
+    }
+    ~FileDescriptor() {
+        if (owned) {
+            static_cast<void>(close(fd));
+        }
+    }
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+
+    int get() const { return fd; }
+
+private:
+    const int fd;
+    const bool owned = false;
+};
+
+}  // namespace vek::program

@@ -1,0 +1,94 @@
+#include "tools/vektrace/program/commandLine.h"
+
+#include <iostream>
+
+#include "libvektrace/MessageBase.h"
+#include "tools/vektrace/program/signals.h"
+#include "tools/vektrace/program/verb.h"
+#include "tools/vektrace/program/version.h"
+#include "tools/vektrace/verbs/verbs.h"
+
+namespace vek::program {
+
+void addCommandLine(CLI::App& program, Session& session) {
+    program.require_subcommand(0, 1);
+    addCommonOptions(program, session);
+    program.set_version_flag("--version", versionText,
+                             "Print the version and what this build can.");
+    for (const addVerb_t addVerb : VERBS) {
+        addVerb(program, session);
+    }
+}
+
+namespace {
+
+/// What the message layer needs before the first record is decoded.
+void prepareLibrary(const Session& session) {
+    static_cast<void>(session);
+    MessageBase::registerMessages();
+    MessageBase::setInvalidMsgHandling(MessageBase::IMH_RETURN_INVALID_MESSAGE);
+}
+
+const CLI::App& chosen(const CLI::App& program) {
+    const std::vector<CLI::App*> verbs = program.get_subcommands();
+    return verbs.empty() ? program : *verbs.front();
+}
+
+/// The status with which the verb ended.
+int work(const CLI::App& program, Session& session) {
+    try {
+        if (!session.work) {
+            throw NoInput();
+        }
+        prepareLibrary(session);
+        session.work();
+    } catch (const NoInput&) {
+        std::cerr << chosen(program).help();
+        return STATUS_USAGE;
+    } catch (const UsageError& e) {
+        session.note(e.what());
+        return STATUS_USAGE;
+    } catch (const ClosedOutput&) {
+        return session.status() == STATUS_FAILED ? STATUS_FAILED : STATUS_COMPLETE;
+    } catch (const Interrupted&) {
+        // Its status is told apart below.
+    } catch (const std::bad_alloc&) {
+        session.error("out of memory");
+    } catch (const std::exception& e) {
+        session.error(e.what());
+    }
+    return stopSignal() != 0 ? 128 + stopSignal() : session.status();
+}
+
+/// The status with which the command line ended before it chose anything to do.
+int answer(const CLI::App& program, const CLI::ParseError& e) {
+    if (e.get_name() == "CallForHelp") {
+        std::cout << chosen(program).help() << std::flush;
+    } else if (e.get_name() == "CallForVersion") {
+        std::cout << e.what() << std::flush;
+    } else {
+        const std::string& verb = chosen(program).get_name();
+        std::cerr << "vektrace: " << e.what() << "\nTry 'vektrace "
+                  << (verb.empty() ? "" : verb + ' ') << "--help'.\n";
+        return STATUS_USAGE;
+    }
+    return STATUS_COMPLETE;
+}
+
+}  // namespace
+
+int run(int argc, const char* const* argv) {
+    occupyStandardDescriptors();
+    catchSignals();
+    Session session;
+    CLI::App program("Reads, checks, mends and converts traces of the bus data logger.");
+    addCommandLine(program, session);
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        return answer(program, e);
+    }
+    return work(program, session);
+}
+
+}  // namespace vek::program

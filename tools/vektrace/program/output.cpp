@@ -1,0 +1,130 @@
+#include "tools/vektrace/program/output.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "tools/vektrace/program/inputs.h"
+
+namespace vek::program {
+
+namespace {
+
+constexpr char STANDARD_OUTPUT[] = "standard output";
+
+[[noreturn]] void fail(const std::string& name, int error, const std::string& reason) {
+    if (error == EPIPE) {
+        throw ClosedOutput();
+    }
+    throw Failure(name, reason);
+}
+
+template <class Target>
+void refuseInputs(const Target& target, const std::string& name,
+                  const std::vector<std::string>& inputs) {
+    for (const std::string& input : inputs) {
+        if (isSameFile(target, input)) {
+            throw Failure(name, "is also an input (" + inputName(input) + ")");
+        }
+    }
+}
+
+}  // namespace
+
+// ---- Bytes -------------------------------------------------------------------------------------
+
+void addOutput(CLI::App& verb, OutputOptions& options) {
+    verb.add_option("-o,--output", options.path,
+                    "Write to this file, which is there as a whole or not at all; - is standard "
+                    "output.")
+        ->type_name("FILE")
+        ->default_str("-");
+    verb.add_flag("-f,--force", options.force,
+                  "Replace a file that exists; write bytes to a terminal.");
+}
+
+Output::Output(Session& _session, const OutputOptions& options,
+               const std::vector<std::string>& inputs)
+    : session(_session), name(options.path == "-" ? STANDARD_OUTPUT : options.path) {
+    if (options.path == "-") {
+        refuseInputs(STDOUT_FILENO, name, inputs);
+        openStandardOutput(options.force);
+    } else {
+        refuseInputs(options.path, name, inputs);
+        openFile(options.path, options.force);
+    }
+}
+
+void Output::openStandardOutput(bool force) {
+    if (!force && isatty(STDOUT_FILENO) == 1) {
+        throw Failure(name, "is a terminal; --force writes bytes to it, --output into a file");
+    }
+    writer = std::make_unique<TraceWriter>(STDOUT_FILENO);
+}
+
+void Output::openFile(const std::string& path, bool force) {
+    struct stat status = {};
+    const bool exists = stat(path.c_str(), &status) == 0;
+    if (exists && !force && (S_ISREG(status.st_mode) || S_ISBLK(status.st_mode))) {
+        throw Failure(name, "exists; --force replaces it");
+    }
+    if (exists && !S_ISREG(status.st_mode)) {
+        special = std::make_unique<FileDescriptor>(path, O_WRONLY);
+        writer = std::make_unique<TraceWriter>(special->get());
+        return;
+    }
+    guarded([&] {
+        writer = std::make_unique<TraceWriter>(
+            path, force ? TraceWriter::EXISTING_REPLACE : TraceWriter::EXISTING_REFUSE);
+    });
+}
+
+template <class Step>
+void Output::guarded(const Step& step) {
+    try {
+        step();
+    } catch (const TraceException& e) {
+        fail(name, e.error(), e.what());
+    }
+}
+
+void Output::write(const uint8_t* data, size_t length) {
+    guarded([&] { writer->write(data, length); });
+}
+
+void Output::flush() {
+    guarded([&] { writer->flush(); });
+}
+
+void Output::commit() {
+    if (session.stopped()) {
+        throw Interrupted();
+    }
+    guarded([&] { writer->commit(); });
+}
+
+// ---- Text --------------------------------------------------------------------------------------
+
+TextOutput::TextOutput(Session& _session, const std::vector<std::string>& inputs)
+    : session(_session), color(_session.hasColor(STDOUT_FILENO)) {
+    refuseInputs(STDOUT_FILENO, STANDARD_OUTPUT, inputs);
+    session.textOnTerminal = isatty(STDOUT_FILENO) == 1;
+    buffer.reserve(2 * CAPACITY);
+}
+
+void TextOutput::flush() {
+    std::string_view rest = buffer;
+    while (!rest.empty()) {
+        const ssize_t count = ::write(STDOUT_FILENO, rest.data(), rest.size());
+        if (count >= 0) {
+            rest.remove_prefix(static_cast<size_t>(count));
+        } else if (errno != EINTR) {
+            fail(STANDARD_OUTPUT, errno, systemReason(errno));
+        } else if (session.stopped()) {
+            throw Interrupted();
+        }
+    }
+    buffer.clear();
+}
+
+}  // namespace vek::program

@@ -1,0 +1,93 @@
+/// @file
+/// What a verb makes: a trace or other bytes, or text.
+#pragma once
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "libvekstream/TraceSpan.h"
+#include "libvekstream/TraceWriter.h"
+#include "tools/vektrace/program/FileDescriptor.h"
+#include "tools/vektrace/program/Session.h"
+
+namespace vek::program {
+
+struct OutputOptions {
+    std::string path = "-";
+    bool force = false;
+};
+
+/// Adds --output and --force.
+void addOutput(CLI::App& verb, OutputOptions& options);
+
+/// Bytes into a file, or to standard output.
+///
+/// A file has its name only once commit() returned, and then as a whole. Refused is an output that is
+/// one of the inputs; without --force a file that exists, and a terminal.
+class Output {
+public:
+    /// `inputs` are the paths that are read, as inputPaths returns them. Throws Failure.
+    Output(Session& session, const OutputOptions& options, const std::vector<std::string>& inputs);
+
+    /// Throws Failure when nothing more can be written, ClosedOutput when nobody reads it any more.
+    void write(const uint8_t* data, size_t length);
+    void write(const TraceSpan& span) { write(span.data, span.length); }
+    /// Hands on what was written so far.
+    void flush();
+    /// Throws like write(), and Interrupted when the session was stopped, with no file then.
+    void commit();
+
+    uint64_t size() const { return writer->size(); }
+
+private:
+    void openStandardOutput(bool force);
+    void openFile(const std::string& path, bool force);
+    template <class Step>
+    void guarded(const Step& step);
+
+    Session& session;
+    std::string name;
+    std::unique_ptr<FileDescriptor> special;  ///< a device or pipe, which is written as it is
+    std::unique_ptr<TraceWriter> writer;
+};
+
+/// Lines of text to standard output, through a buffer.
+class TextOutput {
+public:
+    /// Throws Failure when standard output is one of the inputs.
+    TextOutput(Session& session, const std::vector<std::string>& inputs);
+    TextOutput(const TextOutput&) = delete;
+    TextOutput& operator=(const TextOutput&) = delete;
+
+    /// Throws Failure, ClosedOutput or Interrupted.
+    void write(std::string_view text) {
+        buffer.append(text);
+        if (buffer.size() >= CAPACITY) {
+            flush();
+        }
+    }
+    template <class... Arguments>
+    void print(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
+        fmt::format_to(std::back_inserter(buffer), format, std::forward<Arguments>(arguments)...);
+        write({});
+    }
+    /// Must be called at the end: what the destructor finds is dropped. Throws like write().
+    void flush();
+
+    bool hasColor() const { return color; }
+
+private:
+    static constexpr size_t CAPACITY = 65536;
+
+    Session& session;
+    const bool color;
+    std::string buffer;
+};
+
+}  // namespace vek::program

@@ -1,0 +1,32 @@
+#include "tools/vektrace/program/version.h"
+
+#include <fmt/format.h>
+
+#include "libvekstream/TraceReader.h"
+
+#ifdef VEKTRACE_HAVE_PCAP
+#include <pcap/pcap.h>
+#endif
+
+namespace vek::program {
+
+namespace {
+
+const char* yesOrNo(bool yes) { return yes ? "yes" : "no"; }
+
+std::string pcapText() {
+#ifdef VEKTRACE_HAVE_PCAP
+    return pcap_lib_version();
+#else
+    return "no";
+#endif
+}
+
+}  // namespace
+
+std::string versionText() {
+    return fmt::format("vektrace {}\ngzip: {}\nzstd: {}\npcap: {}\n", VEKTRACE_VERSION,
+                       yesOrNo(canReadGzip()), yesOrNo(canReadZstd()), pcapText());
+}
+
+}  // namespace vek::program

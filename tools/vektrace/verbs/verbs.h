@@ -1,0 +1,20 @@
+/// @file
+/// The verbs, in the order in which the help lists them.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "tools/vektrace/program/Session.h"
+
+namespace vek::program {
+
+/// Adds a verb with its options, which live as long as `program`; `session` outlives both.
+using addVerb_t = void (*)(CLI::App& program, Session& session);
+
+void addDump(CLI::App& program, Session& session);
+
+inline constexpr addVerb_t VERBS[] = {
+    addDump,
+};
+
+}  // namespace vek::program
