@@ -40,6 +40,19 @@ CLI::App& addVerb(CLI::App& program, Session& session, const std::string& name,
     return verb;
 }
 
+CLI::Option* addParsed(CLI::App& app, const std::string& name, const std::string& type,
+                       const std::string& description,
+                       const std::function<void(const std::string&)>& take) {
+    const auto parse = [name, take](const std::string& text) {
+        try {
+            take(text);
+        } catch (const UsageError& e) {
+            throw CLI::ValidationError(name, e.what());
+        }
+    };
+    return app.add_option_function<std::string>(name, parse, description)->type_name(type);
+}
+
 CLI::Option* addList(CLI::App& app, const std::string& name, std::vector<std::string>& values,
                      const std::string& type, const std::string& description) {
     const auto append = [&values](const std::vector<std::string>& given) {

@@ -45,6 +45,11 @@ CLI::Option* addChoice(CLI::App& app, const std::string& name, Value& value,
         ->default_str(defaultWord);
 }
 
+/// An option whose value `take` reads; what it throws as UsageError is told with the option's name.
+CLI::Option* addParsed(CLI::App& app, const std::string& name, const std::string& type,
+                       const std::string& description,
+                       const std::function<void(const std::string&)>& take);
+
 /// An option that may be given several times, with one value each time.
 CLI::Option* addList(CLI::App& app, const std::string& name, std::vector<std::string>& values,
                      const std::string& type, const std::string& description);
