@@ -32,17 +32,35 @@ void appendUnless(bool (*escape)(char), std::string& out, std::string_view text)
     }
 }
 
+/// Without a branch on a byte, so that compilers take many of them at once.
+bool isPlain(std::string_view text) {
+    unsigned foreign = 0;
+    for (const char c : text) {
+        foreign |= static_cast<unsigned>(static_cast<unsigned char>(c - 0x20) > 0x7e - 0x20);
+    }
+    return foreign == 0;
+}
+
 }  // namespace
 
-void appendEscaped(std::string& out, std::string_view text) { appendUnless(isForeign, out, text); }
+void appendEscaped(std::string& out, std::string_view text) {
+    if (isPlain(text)) {
+        out.append(text);
+    } else {
+        appendUnless(isForeign, out, text);
+    }
+}
 
 void appendWithoutControls(std::string& out, std::string_view text) {
     appendUnless(isControl, out, text);
 }
 
-void appendHex(std::string& out, const unsigned char* data, size_t length) {
-    out.reserve(out.size() + 2 * length);
+void appendHex(std::string& out, const unsigned char* data, size_t length, char separator) {
+    out.reserve(out.size() + (separator == '\0' ? 2 : 3) * length);
     for (size_t i = 0; i < length; ++i) {
+        if (i != 0 && separator != '\0') {
+            out += separator;
+        }
         appendHexByte(out, data[i]);
     }
 }

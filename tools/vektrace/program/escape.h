@@ -14,7 +14,8 @@ void appendEscaped(std::string& out, std::string_view text);
 /// The same for control bytes only: for names of files, whose letters are not ours to judge.
 void appendWithoutControls(std::string& out, std::string_view text);
 
-/// Appends the bytes as two lowercase hexadecimal digits each, nothing between them.
-void appendHex(std::string& out, const unsigned char* data, size_t length);
+/// Appends the bytes as two lowercase hexadecimal digits each, with `separator` between them unless
+/// it is 0.
+void appendHex(std::string& out, const unsigned char* data, size_t length, char separator = '\0');
 
 }  // namespace vek::program

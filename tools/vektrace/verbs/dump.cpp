@@ -1,39 +1,90 @@
-#include <streambuf>
-
-#include "libvekstream/decodeRecord.h"
-#include "tools/vektrace/program/escape.h"
-#include "tools/vektrace/program/inputs.h"
-#include "tools/vektrace/program/output.h"
 #include "tools/vektrace/program/verb.h"
+#include "tools/vektrace/verbs/dumpFormat.h"
 #include "tools/vektrace/verbs/verbs.h"
 
 namespace vek::program {
 
+const char* decodingWord(decoding_t decoding) {
+    switch (decoding) {
+        case DECODING_DONE:
+            return "done";
+        case DECODING_UNREGISTERED:
+            return "unregistered";
+        default:
+            return "refused";
+    }
+}
+
 namespace {
+
+using makeFormat_t = std::unique_ptr<DumpFormat> (*)(TextOutput&, const DumpLook&);
 
 struct DumpOptions {
     InputOptions inputs;
+    makeFormat_t makeFormat = makeDumpText;
+    DumpLook look;
 };
 
-void dump(const DumpOptions& options, Session& session) {
-    TextOutput output(session, inputPaths(options.inputs));
-    forEachInput(session, options.inputs, [&](Input& input) {
-        TraceSpan span;
-        std::string line;
-        while (input.next(span)) {
-            line.clear();
-            if (const auto message = decodeRecord(span)) {
-                appendEscaped(line, message->toString());
-            } else {
-                session.worsen(STATUS_LOSS);
-                line = fmt::format("-- gap at byte {}: {} bytes, {}", span.offset, span.length,
-                                   gapReasonText(span.reason));
-            }
-            output.write(line += '\n');
-        }
+void checkOptions(const DumpOptions& options) {
+    if (options.inputs.follow && inputPaths(options.inputs).size() != 1) {
+        throw UsageError("dump: --follow takes one input");
+    }
+    const bool ownTimes =
+        options.look.times != TIMES_UTC || options.look.precision != MAX_PRECISION;
+    if (ownTimes && options.makeFormat != makeDumpText) {
+        throw UsageError(
+            "dump: --time and --precision are for text; jsonl and csv always tell all of the time");
+    }
+}
+
+void dumpTrace(Input& input, DumpFormat& format, const std::function<void()>& lineDone,
+               Session& session) {
+    Losses losses;
+    GapCollector gaps([&](const Gap& gap) {
+        losses.add(gap);
+        format.gap(gap);
     });
+    format.open(input);
+    TraceSpan span;
+    while (input.next(span)) {
+        if (!gaps.add(span)) {
+            const Decoded decoded = decode(span);
+            losses.refused += decoded.decoding == DECODING_REFUSED ? 1 : 0;
+            format.record(span, decoded);
+            lineDone();
+        }
+    }
+    gaps.finish();
+    if (losses.any()) {
+        session.loss(failureText(input.name(), losses.text()));
+    }
+}
+
+void dump(const DumpOptions& options, Session& session) {
+    checkOptions(options);
+    const std::vector<std::string> paths = inputPaths(options.inputs);
+    TextOutput output(session, paths);
+    DumpLook look = options.look;
+    look.severalInputs = paths.size() > 1;
+    const std::unique_ptr<DumpFormat> format = options.makeFormat(output, look);
+    const auto lineDone = [&] {
+        if (options.inputs.follow) {
+            output.flush();
+        }
+    };
+    forEachInput(session, options.inputs,
+                 [&](Input& input) { dumpTrace(input, *format, lineDone, session); });
     output.flush();
 }
+
+constexpr char DETAILS[] =
+    "A record is shown by the text that its message class gives. Where no class is registered for "
+    "its identifier, or the class refuses the record, the text says so and shows the payload. "
+    "Bytes "
+    "that are no record are lines of their own, which begin with two hyphens.\n"
+    "Control bytes and bytes beyond ASCII are shown as \\x and two digits.\n"
+    "Exit status 3 says that there were such bytes, or records that their class refused. An "
+    "identifier without a class is no loss.";
 
 }  // namespace
 
@@ -41,7 +92,30 @@ void addDump(CLI::App& program, Session& session) {
     const auto options = std::make_shared<DumpOptions>();
     CLI::App& verb = addVerb(program, session, "dump", "Print one line per record",
                              [options, &session] { dump(*options, session); });
+    verb.footer(DETAILS);
     addInputs(verb, options->inputs);
+    addSizeRule(verb, options->inputs);
+    addChoice<makeFormat_t>(verb, "--format", options->makeFormat,
+                            {{"text", makeDumpText}, {"jsonl", makeDumpJson}, {"csv", makeDumpCsv}},
+                            "Lines of text, JSON objects (schema vektrace.dump/1), or rows of "
+                            "comma-separated values.");
+    verb.add_flag("--hex", options->look.hex,
+                  "Show the payload's bytes too, and the first ones of a gap.");
+    verb.add_flag("--follow", options->inputs.follow,
+                  "At the end wait for more, until interrupted.");
+    addChoice<timeStyle_t>(verb, "--time", options->look.times,
+                           {{"utc", TIMES_UTC},
+                            {"local", TIMES_LOCAL},
+                            {"epoch", TIMES_EPOCH},
+                            {"relative", TIMES_RELATIVE},
+                            {"delta", TIMES_DELTA}},
+                           "Times in UTC, in local time, as seconds since 1970, since the trace's "
+                           "first record, or since the record before.");
+    verb.add_option("--precision", options->look.precision,
+                    "Decimal places of the seconds, 0 to 6; the others are cut off.")
+        ->check(CLI::Range(0U, MAX_PRECISION).description(""))
+        ->type_name("DIGITS")
+        ->default_str("6");
 }
 
 }  // namespace vek::program

@@ -1,0 +1,65 @@
+/// @file
+/// What of a trace is no message: gaps as wholes, and a count of what is lost.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "libvekstream/TraceSpan.h"
+#include "libvekutil/utility.h"
+
+namespace vek::program {
+
+/// A gap, however many spans it was divided into.
+struct Gap {
+    static constexpr size_t MAX_HEAD = 4096;
+
+    uint64_t offset = 0;
+    uint64_t length = 0;
+    gapReason_t reason = GAP_NONE;
+    byteVec_t head;  ///< the first bytes, at most MAX_HEAD
+};
+
+/// Puts together the spans of gaps.
+class GapCollector {
+public:
+    /// `done` is called with every gap once it is known to be whole.
+    explicit GapCollector(std::function<void(const Gap&)> done);
+
+    /// To be called with every span, in order; true for one of a gap.
+    bool add(const TraceSpan& span) {
+        if (span.isRecord() && !open) {
+            return false;
+        }
+        return addSlowly(span);
+    }
+    /// To be called at the end of the trace.
+    void finish();
+
+private:
+    bool addSlowly(const TraceSpan& span);
+
+    const std::function<void(const Gap&)> done;
+    Gap gap;
+    bool open = false;
+};
+
+/// What of a trace is damaged or cannot be decoded.
+struct Losses {
+    uint64_t gaps = 0;
+    uint64_t gapBytes = 0;
+    uint64_t refused = 0;  ///< records whose decoder refused them
+
+    bool any() const { return gaps + refused != 0; }
+    void add(const Gap& gap) {
+        ++gaps;
+        gapBytes += gap.length;
+    }
+    /// "2 gaps (45 bytes), 1 record refused by its decoder".
+    std::string text() const;
+};
+
+/// "1 record", "2 records".
+std::string countText(uint64_t count, const std::string& noun);
+
+}  // namespace vek::program
