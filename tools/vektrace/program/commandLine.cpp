@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "libvektrace/MessageBase.h"
+#include "tools/vektrace/program/manual.h"
 #include "tools/vektrace/program/signals.h"
 #include "tools/vektrace/program/verb.h"
 #include "tools/vektrace/program/version.h"
@@ -43,7 +44,7 @@ int work(const CLI::App& program, Session& session) {
         prepareLibrary(session);
         session.work();
     } catch (const NoInput&) {
-        std::cerr << chosen(program).help();
+        std::cerr << helpText(program, chosen(program));
         return STATUS_USAGE;
     } catch (const UsageError& e) {
         session.note(e.what());
@@ -63,13 +64,12 @@ int work(const CLI::App& program, Session& session) {
 /// The status with which the command line ended before it chose anything to do.
 int answer(const CLI::App& program, const CLI::ParseError& e) {
     if (e.get_name() == "CallForHelp") {
-        std::cout << chosen(program).help() << std::flush;
+        std::cout << helpText(program, chosen(program)) << std::flush;
     } else if (e.get_name() == "CallForVersion") {
         std::cout << e.what() << std::flush;
     } else {
-        const std::string& verb = chosen(program).get_name();
-        std::cerr << "vektrace: " << e.what() << "\nTry 'vektrace "
-                  << (verb.empty() ? "" : verb + ' ') << "--help'.\n";
+        const std::string name = describeCommand(chosen(program)).fullName();
+        std::cerr << name << ": " << e.what() << "\nTry '" << name << " --help'.\n";
         return STATUS_USAGE;
     }
     return STATUS_COMPLETE;
@@ -81,7 +81,7 @@ int run(int argc, const char* const* argv) {
     occupyStandardDescriptors();
     catchSignals();
     Session session;
-    CLI::App program("Reads, checks, mends and converts traces of the bus data logger.");
+    CLI::App program("Reads, checks, mends and converts traces of the bus data logger");
     addCommandLine(program, session);
     try {
         program.parse(argc, argv);

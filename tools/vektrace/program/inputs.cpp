@@ -90,6 +90,10 @@ Input::Input(Session& _session, const std::string& path, const InputOptions& opt
       inputDisplayName(inputName(path)),
       file(path == "-" ? FileDescriptor(STDIN_FILENO) : FileDescriptor(path, O_RDONLY)),
       progress(_progress) {
+    struct stat status = {};
+    if (fstat(file.get(), &status) == 0 && S_ISDIR(status.st_mode)) {
+        throw Failure(inputDisplayName, systemReason(EISDIR));
+    }
     TraceReaderOptions readerOptions;
     readerOptions.framing = options.framing;
     readerOptions.rule = options.rule;

@@ -4,8 +4,6 @@ namespace vek::program {
 
 namespace {
 
-constexpr char COMMON_GROUP[] = "Common options";
-
 const std::vector<std::pair<std::string, Session::when_t>>& whenChoices() {
     static const std::vector<std::pair<std::string, Session::when_t>> choices = {
         {"auto", Session::WHEN_AUTO},

@@ -12,6 +12,9 @@
 
 namespace vek::program {
 
+/// The group of the options that all verbs have.
+inline constexpr char COMMON_GROUP[] = "Common options";
+
 /// Adds a verb with the options that all verbs have. `summary` is one line without a full stop;
 /// CLI::App::footer takes the paragraphs for help and man page. When the verb is chosen `work`
 /// becomes the session's.
