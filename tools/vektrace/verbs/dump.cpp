@@ -49,7 +49,7 @@ void dumpTrace(Input& input, DumpFormat& format, const std::function<void()>& li
     while (input.next(span)) {
         if (!gaps.add(span)) {
             const Decoded decoded = decode(span);
-            losses.refused += decoded.decoding == DECODING_REFUSED ? 1 : 0;
+            losses.refused += decoded.decoding == DECODING_REFUSED ? 1U : 0U;
             format.record(span, decoded);
             lineDone();
         }

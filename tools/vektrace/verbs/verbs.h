@@ -12,14 +12,14 @@ namespace vek::program {
 using addVerb_t = void (*)(CLI::App& program, Session& session);
 
 void addDump(CLI::App& program, Session& session);
+void addInfo(CLI::App& program, Session& session);
+void addCheck(CLI::App& program, Session& session);
 void addCompletion(CLI::App& program, Session& session);
 /// The last one: it lists the others.
 void addHelp(CLI::App& program, Session& session);
 
 inline constexpr addVerb_t VERBS[] = {
-    addDump,
-    addCompletion,
-    addHelp,
+    addDump, addInfo, addCheck, addCompletion, addHelp,
 };
 
 }  // namespace vek::program
