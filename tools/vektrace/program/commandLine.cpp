@@ -4,6 +4,7 @@
 
 #include "libvektrace/MessageBase.h"
 #include "tools/vektrace/program/manual.h"
+#include "tools/vektrace/program/output.h"
 #include "tools/vektrace/program/signals.h"
 #include "tools/vektrace/program/verb.h"
 #include "tools/vektrace/program/version.h"
@@ -47,7 +48,9 @@ int work(const CLI::App& program, Session& session) {
         std::cerr << helpText(program, chosen(program));
         return STATUS_USAGE;
     } catch (const UsageError& e) {
-        session.note(e.what());
+        const CommandEntry command = describeCommand(chosen(program));
+        session.note((command.name.empty() ? "" : command.name + ": ") + e.what());
+        session.note("try '" + command.fullName() + " --help'");
         return STATUS_USAGE;
     } catch (const ClosedOutput&) {
         return session.status() == STATUS_FAILED ? STATUS_FAILED : STATUS_COMPLETE;
@@ -61,18 +64,21 @@ int work(const CLI::App& program, Session& session) {
     return stopSignal() != 0 ? 128 + stopSignal() : session.status();
 }
 
-/// The status with which the command line ended before it chose anything to do.
-int answer(const CLI::App& program, const CLI::ParseError& e) {
+void print(Session& session, const std::string& text) {
+    TextOutput output(session, {});
+    output.write(text);
+    output.flush();
+}
+
+/// What is to be done where parsing ended early: for a command line that is no use, to say so.
+std::function<void()> answer(const CLI::App& program, Session& session, const CLI::ParseError& e) {
     if (e.get_name() == "CallForHelp") {
-        std::cout << helpText(program, chosen(program)) << std::flush;
-    } else if (e.get_name() == "CallForVersion") {
-        std::cout << e.what() << std::flush;
-    } else {
-        const std::string name = describeCommand(chosen(program)).fullName();
-        std::cerr << name << ": " << e.what() << "\nTry '" << name << " --help'.\n";
-        return STATUS_USAGE;
+        return [&] { print(session, helpText(program, chosen(program))); };
     }
-    return STATUS_COMPLETE;
+    if (e.get_name() == "CallForVersion") {
+        return [&session] { print(session, versionText()); };
+    }
+    return [reason = std::string(e.what())] { throw UsageError(reason); };
 }
 
 }  // namespace
@@ -86,7 +92,7 @@ int run(int argc, const char* const* argv) {
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
-        return answer(program, e);
+        session.work = answer(program, session, e);
     }
     return work(program, session);
 }

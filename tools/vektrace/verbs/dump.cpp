@@ -27,13 +27,13 @@ struct DumpOptions {
 
 void checkOptions(const DumpOptions& options) {
     if (options.inputs.follow && inputPaths(options.inputs).size() != 1) {
-        throw UsageError("dump: --follow takes one input");
+        throw UsageError("--follow takes one input");
     }
     const bool ownTimes =
         options.look.times != TIMES_UTC || options.look.precision != MAX_PRECISION;
     if (ownTimes && options.makeFormat != makeDumpText) {
         throw UsageError(
-            "dump: --time and --precision are for text; jsonl and csv always tell all of the time");
+            "--time and --precision are for text; jsonl and csv always tell all of the time");
     }
 }
 
