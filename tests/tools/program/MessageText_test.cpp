@@ -1,0 +1,80 @@
+#include "tools/vektrace/program/MessageText.h"
+
+#include <gtest/gtest.h>
+
+#include <iomanip>
+#include <new>
+#include <stdexcept>
+
+#include "libvektrace/SimpleMessage.h"
+
+namespace vek::program {
+namespace {
+
+/// A message whose print does what the test says.
+class Printer : public MessageBase {
+public:
+    using print_t = void (*)(std::ostream& os);
+
+    explicit Printer(print_t _write) : MessageBase(MSGID_CAN, 0), write(_write) {}
+    MessageBase* clone() const override { return new Printer(*this); }
+    bool operator==(const MessageBase&) const override { return false; }
+    std::ostream& print(std::ostream& os) const override {
+        write(os);
+        return os;
+    }
+
+private:
+    print_t write;
+};
+
+std::string render(MessageText& text, Printer::print_t write) {
+    return std::string(text.render(Printer(write)));
+}
+
+TEST(MessageText, IsWhatPrintWrites) {
+    MessageText text;
+    const SimpleMessage<MSGID_STOP> message(0);
+    EXPECT_EQ(text.render(message), message.toString());
+}
+
+TEST(MessageText, HoldsTextsOfAnyLengthOneAfterTheOther) {
+    MessageText text;
+    const auto writeLong = [](std::ostream& os) {
+        for (int i = 0; i < 100000; ++i) {
+            os << static_cast<char>('a' + i % 26);
+        }
+        os << std::string(100000, '!');
+    };
+    const std::string whole = render(text, writeLong);
+    ASSERT_EQ(whole.size(), 200000U);
+    EXPECT_EQ(whole.substr(0, 27), "abcdefghijklmnopqrstuvwxyza");
+    EXPECT_EQ(whole.substr(100000), std::string(100000, '!'));
+    EXPECT_EQ(render(text, [](std::ostream& os) { os << "short"; }), "short");
+    EXPECT_EQ(render(text, [](std::ostream&) {}), "");
+}
+
+TEST(MessageText, DoesNotPassTheStateThatAClassLeavesToTheNext) {
+    MessageText text;
+    render(text, [](std::ostream& os) {
+        os << std::hex << std::showbase << std::setfill('*') << std::setprecision(1);
+        os.width(9);
+        os.setstate(std::ios::badbit);
+    });
+    EXPECT_EQ(render(text, [](std::ostream& os) { os << 255 << ' ' << 1.25; }), "255 1.25");
+}
+
+TEST(MessageText, SaysThatAClassCouldNotWriteIt) {
+    MessageText text;
+    EXPECT_EQ(render(text,
+                     [](std::ostream& os) {
+                         os << "begin";
+                         throw std::runtime_error("odd");
+                     }),
+              "begin [its text failed: odd]");
+    EXPECT_EQ(render(text, [](std::ostream&) { throw 7; }), " [its text failed]");
+    EXPECT_THROW(render(text, [](std::ostream&) { throw std::bad_alloc(); }), std::bad_alloc);
+}
+
+}  // namespace
+}  // namespace vek::program
