@@ -1,6 +1,14 @@
 #include "tools/vektrace/program/csv.h"
 
+#include <algorithm>
+
 namespace vek::program {
+
+namespace {
+
+bool dividesRow(char c) { return c == ',' || c == '"' || c == '\r' || c == '\n'; }
+
+}  // namespace
 
 void CsvRow::add(std::string_view field) {
     if (finished) {
@@ -9,7 +17,7 @@ void CsvRow::add(std::string_view field) {
     } else {
         row += ',';
     }
-    if (field.find_first_of(",\"\r\n") == std::string_view::npos) {
+    if (std::none_of(field.begin(), field.end(), dividesRow)) {
         row.append(field);
         return;
     }
