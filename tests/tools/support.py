@@ -20,7 +20,7 @@ PATIENCE = 60
 
 with open(os.environ["VEKTRACE"], "rb") as program_file:
     # Sanitizers and emulators do, so nothing can be said about the program's own.
-    TAKES_MORE_MEMORY = b"__sanitizer_" in program_file.read() or len(PROGRAM) > 1
+    TAKES_MORE_MEMORY = any(name in program_file.read() for name in (b"__asan_", b"__tsan_")) or len(PROGRAM) > 1
 
 MARKER = b"\x55\xaa"
 # 2023-11-14 22:13:20 UTC
