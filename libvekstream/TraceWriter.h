@@ -46,6 +46,9 @@ public:
 
     /// Bytes taken over.
     uint64_t size() const { return taken; }
+    /// What is written to; stays the writer's. Between flush() and commit() a file can be read by it,
+    /// under whatever name; nothing may be written once its position was changed.
+    int descriptor() const { return fd; }
 
 private:
     struct File;

@@ -142,7 +142,7 @@ void OutputFile::create(unsigned mode) {
     int error = EEXIST;
     for (unsigned attempt = 0; attempt < ATTEMPTS && error == EEXIST; ++attempt) {
         std::string name = nameBeside(target, attempt);
-        fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+        fd = ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
         if (fd >= 0) {
             temporary = std::move(name);
             return;

@@ -16,7 +16,7 @@ public:
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    /// Open for writing until commit().
+    /// Open for writing until commit(), and, but for a pipe or a device, for reading.
     int descriptor() const { return fd; }
 
     /// Makes the file safe on its storage, closes it and gives it its name. Throws IoError.

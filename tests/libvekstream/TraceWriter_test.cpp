@@ -466,4 +466,15 @@ TEST(TraceWriter, WritesNothingBehindTheCommit) {
     EXPECT_EQ(hex(folder.content("trace")), "");
 }
 
+TEST(TraceWriter, LetsAFileBeReadBeforeItHasItsName) {
+    const TemporaryFolder folder;
+    TraceWriter writer(folder.path("trace"));
+    writer.write(CONTENT);
+    writer.flush();
+    ASSERT_EQ(::lseek(writer.descriptor(), 0, SEEK_SET), 0);
+    EXPECT_EQ(hex(readAll(writer.descriptor())), hex(CONTENT));
+    writer.commit();
+    EXPECT_EQ(hex(folder.content("trace")), hex(CONTENT));
+}
+
 }  // namespace
