@@ -73,6 +73,7 @@ void Output::openFile(const std::string& path, bool force) {
         writer = std::make_unique<TraceWriter>(special->get());
         return;
     }
+    file = true;
     guarded([&] {
         writer = std::make_unique<TraceWriter>(
             path, force ? TraceWriter::EXISTING_REPLACE : TraceWriter::EXISTING_REFUSE);
@@ -101,6 +102,15 @@ void Output::commit() {
         throw Interrupted();
     }
     guarded([&] { writer->commit(); });
+}
+
+int Output::readBack() {
+    flush();
+    const int fd = writer->descriptor();
+    if (lseek(fd, 0, SEEK_SET) != 0) {
+        throw Failure(name, systemReason(errno));
+    }
+    return fd;
 }
 
 // ---- Text --------------------------------------------------------------------------------------

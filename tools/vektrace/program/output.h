@@ -44,6 +44,12 @@ public:
     void commit();
 
     uint64_t size() const { return writer->size(); }
+    /// The file's path, or "standard output".
+    const std::string& displayName() const { return name; }
+    /// Whether there is a file to which commit() gives its name, and not a stream or a device.
+    bool isFile() const { return file; }
+    /// A descriptor from which all that was written to the file is read. Only commit() may follow.
+    int readBack();
 
 private:
     void openStandardOutput(bool force);
@@ -53,6 +59,7 @@ private:
 
     Session& session;
     std::string name;
+    bool file = false;
     std::unique_ptr<FileDescriptor> special;  ///< a device or pipe, which is written as it is
     std::unique_ptr<TraceWriter> writer;
 };
