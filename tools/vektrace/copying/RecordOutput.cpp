@@ -1,0 +1,40 @@
+#include "tools/vektrace/copying/RecordOutput.h"
+
+namespace vek::program {
+
+void RecordOutput::write(const TraceSpan& record, const std::string& input) {
+    checkFraming(record, input);
+    ++recordCount;
+    output.write(record);
+    if (scanned == SCAN_LATER) {
+        digest.add(record.data, record.length);
+    } else if (scanned == SCAN_ALL || !record.marked) {
+        scan.add(record.data, record.length);
+    }
+}
+
+void RecordOutput::writeMarked(const TraceSpan& record) {
+    TraceSpan written = record;
+    if (!record.marked) {
+        withMarker.resize(sizeof MessageBase::SYNC_MARKER);
+        uint16ToByteArray(withMarker.data(), MessageBase::SYNC_MARKER);
+        withMarker.insert(withMarker.end(), record.data, record.data + record.length);
+        written.data = withMarker.data();
+        written.length = withMarker.size();
+        written.marked = true;
+    }
+    write(written, {});
+}
+
+void RecordOutput::checkFraming(const TraceSpan& record, const std::string& input) {
+    if (!marked) {
+        marked = record.marked;
+    }
+    if (*marked != record.marked) {
+        throw Failure(input, record.offset,
+                      record.marked ? "has sync markers and the inputs before have none"
+                                    : "has no sync markers and the inputs before have some");
+    }
+}
+
+}  // namespace vek::program

@@ -1,0 +1,43 @@
+/// @file
+/// What is told of the inputs of a copy, and whether it is kept.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/vektrace/copying/GapTotals.h"
+#include "tools/vektrace/program/inputs.h"
+#include "tools/vektrace/program/output.h"
+
+namespace vek::program {
+
+/// The inputs that were opened, and how they ended.
+class InputTally {
+public:
+    void add(const Input& input);
+
+    /// Whether there was one at all, and each could be read to its end.
+    bool isWhole() const { return !opened.empty() && !failed; }
+    bool anyFailed() const { return failed; }
+    const std::vector<std::string>& paths() const { return opened; }
+
+private:
+    std::vector<std::string> opened;
+    bool failed = false;
+};
+
+/// Tells of the gaps of an input as a loss, if there are any: "FILE: 3 gaps, 70 bytes (...)
+/// dropped".
+void reportGaps(Session& session, const Input& input, const GapTotals& gaps,
+                const std::string& whatBecame);
+
+/// Said of an output without markers, in which records that stood apart stand side by side.
+inline constexpr char UNREADABLE[] =
+    "without sync markers these records are not all told apart: their identifiers are unknown, or "
+    "their times too far from each other";
+
+/// Commits the output when every input that could be opened was read to its end, or else leaves no
+/// file: one whose end is missing looks like a whole one. Throws what Output::commit throws.
+void conclude(Session& session, Output& output, const InputTally& inputs);
+
+}  // namespace vek::program
