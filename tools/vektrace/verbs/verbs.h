@@ -14,12 +14,16 @@ using addVerb_t = void (*)(CLI::App& program, Session& session);
 void addDump(CLI::App& program, Session& session);
 void addInfo(CLI::App& program, Session& session);
 void addCheck(CLI::App& program, Session& session);
+void addFilter(CLI::App& program, Session& session);
+void addRecover(CLI::App& program, Session& session);
+void addMerge(CLI::App& program, Session& session);
+void addSplit(CLI::App& program, Session& session);
 void addCompletion(CLI::App& program, Session& session);
 /// The last one: it lists the others.
 void addHelp(CLI::App& program, Session& session);
 
 inline constexpr addVerb_t VERBS[] = {
-    addDump, addInfo, addCheck, addCompletion, addHelp,
+    addDump, addInfo, addCheck, addFilter, addRecover, addMerge, addSplit, addCompletion, addHelp,
 };
 
 }  // namespace vek::program

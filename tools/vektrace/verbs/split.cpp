@@ -1,0 +1,174 @@
+#include <algorithm>
+#include <optional>
+
+#include "tools/vektrace/copying/PieceRule.h"
+#include "tools/vektrace/copying/conclusion.h"
+#include "tools/vektrace/copying/pieceNames.h"
+#include "tools/vektrace/copying/quantity.h"
+#include "tools/vektrace/program/losses.h"
+#include "tools/vektrace/program/verb.h"
+#include "tools/vektrace/verbs/verbs.h"
+
+namespace vek::program {
+
+namespace {
+
+struct SplitOptions {
+    InputOptions inputs;
+    std::string prefix;
+    bool force = false;
+    std::optional<PieceRule> rule;
+    int rules = 0;  ///< how many the command line gives
+};
+
+/// The pieces of one trace.
+class Pieces {
+public:
+    Pieces(Session& _session, std::string _prefix, bool _force, std::vector<std::string> _inputs)
+        : session(_session),
+          prefix(std::move(_prefix)),
+          force(_force),
+          inputs(std::move(_inputs)) {}
+
+    void begin() {
+        finish();
+        output = std::make_unique<Output>(session, OutputOptions{pieceName(prefix, ++count), force},
+                                          inputs);
+    }
+    void write(const TraceSpan& span) { output->write(span); }
+    void finish() {
+        if (output != nullptr) {
+            output->commit();
+            output.reset();
+        }
+    }
+
+    /// Tells of pieces that were there before and were not replaced.
+    void reportLeftovers() const {
+        const std::vector<std::string> found = existingPieces(prefix);
+        if (found.size() > count) {
+            session.note(
+                failureText(found[count], "is a piece of an earlier run, as is what follows"));
+        }
+    }
+
+private:
+    Session& session;
+    const std::string prefix;
+    const bool force;
+    const std::vector<std::string> inputs;
+    std::unique_ptr<Output> output;
+    uint64_t count = 0;
+};
+
+void splitTrace(Input& input, PieceRule rule, Pieces& pieces, Session& session) {
+    GapTotals gaps;
+    for (TraceSpan span; input.next(span);) {
+        if (rule.beginsPiece(span)) {
+            pieces.begin();
+        }
+        pieces.write(span);
+        if (!span.isRecord()) {
+            gaps.add(span);
+        }
+    }
+    reportGaps(session, input, gaps, "kept in the pieces");
+    if (!input.failed()) {
+        pieces.finish();
+        pieces.reportLeftovers();
+    }
+}
+
+std::string prefixOf(const SplitOptions& options, const std::string& path) {
+    return options.prefix.empty() ? piecePrefix(path) : options.prefix;
+}
+
+void checkOptions(const SplitOptions& options, const std::vector<std::string>& paths) {
+    if (options.rules != 1) {
+        throw UsageError("split: give one of --size, --count and --time");
+    }
+    if (!options.prefix.empty() && paths.size() > 1) {
+        throw UsageError("split: --output is for one input");
+    }
+    if (options.prefix.empty() && std::count(paths.begin(), paths.end(), "-") > 0) {
+        throw UsageError("split: --output must name the pieces of standard input");
+    }
+    std::vector<std::string> prefixes;
+    for (const std::string& path : paths) {
+        prefixes.push_back(prefixOf(options, path));
+    }
+    std::sort(prefixes.begin(), prefixes.end());
+    const auto twice = std::adjacent_find(prefixes.begin(), prefixes.end());
+    if (twice != prefixes.end()) {
+        throw UsageError("split: the pieces of two inputs would be named " + *twice);
+    }
+}
+
+void checkExisting(const SplitOptions& options, const std::vector<std::string>& paths) {
+    for (const std::string& path : paths) {
+        for (const std::string& piece : existingPieces(prefixOf(options, path))) {
+            if (!options.force) {
+                throw Failure(piece, "exists; --force replaces it");
+            }
+            for (const std::string& input : paths) {
+                if (isSameFile(piece, input)) {
+                    throw Failure(piece, "is also an input (" + inputName(input) + ")");
+                }
+            }
+        }
+    }
+}
+
+void split(const SplitOptions& options, Session& session) {
+    const std::vector<std::string> paths = inputPaths(options.inputs);
+    checkOptions(options, paths);
+    checkExisting(options, paths);
+    forEachInput(session, options.inputs, [&](Input& input) {
+        Pieces pieces(session, prefixOf(options, input.path()), options.force, paths);
+        splitTrace(input, *options.rule, pieces, session);
+    });
+}
+
+void addRule(CLI::App& verb, SplitOptions& options, const std::string& name,
+             const std::string& type, PieceRule::measure_t measure,
+             uint64_t (*parse)(std::string_view), const std::string& description) {
+    addParsed(verb, name, type, description, [&options, measure, parse](const std::string& text) {
+        options.rule.emplace(measure, parse(text));
+        ++options.rules;
+    });
+}
+
+constexpr char DETAILS[] =
+    "The pieces are named PREFIX-0001.vkt and so on, and one behind the other they are the "
+    "trace, byte for byte, compressed input as if it were not. No record is cut. Bytes that are "
+    "no record stay where they are, in the piece of the record before them; only with --size "
+    "they go where they have room.\n"
+    "By time the trace is cut in steps from its first record's time, and a step without a "
+    "record gives no piece. A record whose time is before its step stays where it is.\n"
+    "A piece has its name only when it is whole. When the run ends early the pieces before "
+    "stay.\n"
+    "SIZE is a number of bytes, or with k, M or G behind it, which are powers of 1024. DURATION "
+    "is a number with ms, s, m, h or d behind it.";
+
+}  // namespace
+
+void addSplit(CLI::App& program, Session& session) {
+    const auto options = std::make_shared<SplitOptions>();
+    CLI::App& verb = addVerb(program, session, "split", "Cut a trace into pieces",
+                             [options, &session] { split(*options, session); });
+    verb.footer(DETAILS);
+    addInputs(verb, options->inputs);
+    addRule(verb, *options, "--size", "SIZE", PieceRule::MEASURE_BYTES, parseSize,
+            "Pieces of at most so many bytes; a longer record is a piece of its own.");
+    addRule(verb, *options, "--count", "N", PieceRule::MEASURE_RECORDS, parseCount,
+            "Pieces of so many records.");
+    addRule(verb, *options, "--time", "DURATION", PieceRule::MEASURE_TIME, parseDuration,
+            "Pieces of so much time.");
+    verb.add_option("-o,--output", options->prefix,
+                    "What the names of the pieces begin with; otherwise the input's name without "
+                    ".vkt, .gz and .zst.")
+        ->type_name("PREFIX");
+    verb.add_flag("-f,--force", options->force, "Replace pieces that exist.");
+}
+
+}  // namespace vek::program
