@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "cases/decode.h"
+#include "cases/scan.h"
 #include "contenders/contenders.h"
 #include "suite/Suite.h"
 
@@ -22,6 +23,7 @@ void addContenders() {
     bench::addOurs();
     bench::addBound();
     bench::addPlain();
+    bench::addScans();
 #ifdef BENCH_HAS_FMT
     bench::addFmt();
 #endif

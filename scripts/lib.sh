@@ -4,9 +4,10 @@
 set -euo pipefail
 CDPATH='' cd -- "$(dirname "${BASH_SOURCE[0]}")/.."
 
-# What a build of the libraries, tests and examples takes on a Debian machine.
+# What a build of the libraries, the program, tests and examples takes on a Debian machine.
 # shellcheck disable=SC2034  # the scripts that source this use it
-BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libgtest-dev libpcap-dev)
+BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libgtest-dev libpcap-dev zlib1g-dev libzstd-dev
+    libcli11-dev libfmt-dev rapidjson-dev python3 python3-jsonschema)
 
 say() { printf '\n== %s\n' "$*"; }
 
