@@ -23,7 +23,7 @@ struct TraceReaderOptions {
     const std::atomic<bool>* stop = nullptr;
     /// How many times as long as its compressed form input may be, from 16 MiB on; 0: any. A
     /// protection against input that is made to fill the storage or the time of its reader.
-    uint64_t expansionLimit = 1000;
+    uint64_t expansionLimit = 0x8000;
 };
 
 /// Whether this build reads input compressed so.

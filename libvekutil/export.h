@@ -1,7 +1,7 @@
 /// @file
 /// The mark for everything that the shared libraries offer to their users.
 ///
-/// Both libraries are compiled with hidden symbols; what carries this mark stays visible. Classes
+/// The libraries are compiled with hidden symbols; what carries this mark stays visible. Classes
 /// that cross a library's border as a type (thrown, caught, cast) carry it too, so that there is
 /// one type information for all shared objects of a process.
 #pragma once
