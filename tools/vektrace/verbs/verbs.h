@@ -18,12 +18,15 @@ void addFilter(CLI::App& program, Session& session);
 void addRecover(CLI::App& program, Session& session);
 void addMerge(CLI::App& program, Session& session);
 void addSplit(CLI::App& program, Session& session);
+void addSample(CLI::App& program, Session& session);
+void addDamage(CLI::App& program, Session& session);
 void addCompletion(CLI::App& program, Session& session);
 /// The last one: it lists the others.
 void addHelp(CLI::App& program, Session& session);
 
 inline constexpr addVerb_t VERBS[] = {
-    addDump, addInfo, addCheck, addFilter, addRecover, addMerge, addSplit, addCompletion, addHelp,
+    addDump,  addInfo,   addCheck,  addFilter,     addRecover, addMerge,
+    addSplit, addSample, addDamage, addCompletion, addHelp,
 };
 
 }  // namespace vek::program

@@ -1,0 +1,71 @@
+#include "tools/vektrace/making/Share.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+
+#include "tools/vektrace/program/errors.h"
+
+namespace vek::program {
+
+namespace {
+
+constexpr size_t PLACES = 6;
+constexpr uint64_t PERCENT = 1'000'000;
+constexpr uint64_t WHOLE = 100 * PERCENT;
+
+/// Whether all of the text is a number.
+bool isNumber(std::string_view text, uint64_t& value) {
+    const char* const end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, value);
+    return result.ec == std::errc() && result.ptr == end;
+}
+
+/// The digits behind a decimal point, in millionths.
+bool isFraction(std::string_view text, uint64_t& value) {
+    if (text.size() > PLACES || !isNumber(text, value)) {
+        return false;
+    }
+    for (size_t places = text.size(); places < PLACES; ++places) {
+        value *= 10;
+    }
+    return true;
+}
+
+/// Whether the text, which has no % any more, is at most a hundred percent.
+bool isPercentage(std::string_view text, uint64_t& millionths) {
+    const size_t point = text.find('.');
+    uint64_t percent = 0;
+    uint64_t fraction = 0;
+    if (!isNumber(text.substr(0, point), percent) ||
+        (point != text.npos && !isFraction(text.substr(point + 1), fraction))) {
+        return false;
+    }
+    millionths = percent <= 100 ? percent * PERCENT + fraction : WHOLE + 1;
+    return millionths <= WHOLE;
+}
+
+}  // namespace
+
+uint64_t parseNumber(std::string_view text) {
+    uint64_t value = 0;
+    if (!isNumber(text, value)) {
+        throw UsageError(fmt::format("'{}' is no whole number", text));
+    }
+    return value;
+}
+
+Share::Share(std::string_view text) {
+    if (text.empty() || text.back() != '%') {
+        count = parseNumber(text);
+    } else if (!isPercentage(text.substr(0, text.size() - 1), millionthsOfPercent)) {
+        throw UsageError(fmt::format("'{}' is no percentage up to 100% with six places", text));
+    }
+}
+
+uint64_t Share::of(uint64_t total) const {
+    return count + total / WHOLE * millionthsOfPercent +
+           total % WHOLE * millionthsOfPercent / WHOLE;
+}
+
+}  // namespace vek::program

@@ -1,0 +1,47 @@
+/// @file
+/// Bytes of a file or a pipe whose number is known before the first of them is read.
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "libvekutil/utility.h"
+#include "tools/vektrace/program/FileDescriptor.h"
+#include "tools/vektrace/program/Session.h"
+
+namespace vek::program {
+
+class SizedInput {
+public:
+    /// "-" is standard input, from where it stands. What is no regular file is first copied into one
+    /// without a name, in the folder that TMPDIR names. Throws Failure, and Interrupted when the
+    /// session was stopped.
+    SizedInput(Session& session, const std::string& path);
+
+    uint64_t size() const { return total; }
+
+    /// Replaces `piece` by the bytes that come next. False behind the last one. Throws like the
+    /// constructor, also for a file that has become shorter; what has been added to one is left out.
+    bool read(byteVec_t& piece);
+
+private:
+    void spool();
+    /// What the system hands out of at most `most` bytes; nothing at the end.
+    void readSome(int from, byteVec_t& piece, uint64_t most);
+    void writeToSpool(const byteVec_t& piece);
+    [[noreturn]] void fail(int error) const;
+
+    struct Closer {
+        void operator()(std::FILE* open) const { static_cast<void>(std::fclose(open)); }
+    };
+
+    Session& session;
+    const std::string name;
+    const FileDescriptor file;
+    std::unique_ptr<std::FILE, Closer> spooled;  ///< null: the file itself is read
+    uint64_t total = 0;
+    uint64_t done = 0;
+};
+
+}  // namespace vek::program

@@ -1,0 +1,213 @@
+#include "tools/vektrace/copying/quantity.h"
+#include "tools/vektrace/making/Damager.h"
+#include "tools/vektrace/making/Share.h"
+#include "tools/vektrace/making/SizedInput.h"
+#include "tools/vektrace/program/Progress.h"
+#include "tools/vektrace/program/inputs.h"
+#include "tools/vektrace/program/json.h"
+#include "tools/vektrace/program/losses.h"
+#include "tools/vektrace/program/output.h"
+#include "tools/vektrace/program/verb.h"
+#include "tools/vektrace/verbs/verbs.h"
+
+namespace vek::program {
+
+namespace {
+
+struct DamageOptions {
+    InputOptions input;
+    OutputOptions output;
+    std::string ledger;
+    std::string seed = "1";
+    std::string changes = "0";
+    std::string cuts = "0";
+    std::string inserts = "0";
+    std::string zeros = "0";
+    std::string maxRun = "256";
+};
+
+// ---- What was done -----------------------------------------------------------------------------
+
+/// Tells what is done, as far as it is not too much to be read, and counts all of it.
+class Account {
+public:
+    Account(Session& _session, std::string _name) : session(_session), name(std::move(_name)) {}
+
+    void add(const DamageDone& done);
+    void finish();
+
+    bool quiet = false;  ///< only the sum is told
+
+private:
+    /// More lines than that are of no use to a reader.
+    static constexpr uint64_t MAX_LINES = 50;
+
+    struct Sum {
+        uint64_t times = 0;
+        uint64_t bytes = 0;
+    };
+
+    Session& session;
+    const std::string name;
+    Sum sums[DAMAGE_ZERO + 1];
+    uint64_t told = 0;
+    uint64_t untold = 0;
+};
+
+std::string describe(const DamageDone& done) {
+    switch (done.kind) {
+        case DAMAGE_CHANGE:
+            return fmt::format("changed from 0x{:02x} to 0x{:02x}", done.before, done.after);
+        case DAMAGE_CUT:
+            return fmt::format("{} bytes cut out", done.length);
+        case DAMAGE_INSERT:
+            return fmt::format("{} bytes put in before it", done.length);
+        case DAMAGE_ZERO:
+            return fmt::format("{} bytes zeroed", done.length);
+    }
+    return {};
+}
+
+void Account::add(const DamageDone& done) {
+    ++sums[done.kind].times;
+    sums[done.kind].bytes += done.length;
+    if (quiet || told == MAX_LINES) {
+        ++untold;
+    } else {
+        ++told;
+        session.note(failureText(name, done.inputOffset, describe(done)));
+    }
+}
+
+void Account::finish() {
+    if (untold != 0 && !quiet) {
+        session.note(fmt::format("{}: and {} more, all of which --ledger lists", name, untold));
+    }
+    session.note(fmt::format(
+        "{}: {} bytes changed, {} cut out in {} runs, {} put in in {} runs, {} zeroed in {} runs",
+        name, sums[DAMAGE_CHANGE].bytes, sums[DAMAGE_CUT].bytes, sums[DAMAGE_CUT].times,
+        sums[DAMAGE_INSERT].bytes, sums[DAMAGE_INSERT].times, sums[DAMAGE_ZERO].bytes,
+        sums[DAMAGE_ZERO].times));
+}
+
+void writeLedgerLine(Output& ledger, const DamageDone& done) {
+    rapidjson::StringBuffer text;
+    JsonLine_t line(text);
+    line.StartObject();
+    addMember(line, "schema", schemaName("damage"));
+    addMember(line, "kind", damageName(done.kind));
+    addMember(line, "offset", done.inputOffset);
+    addMember(line, "output_offset", done.outputOffset);
+    addMember(line, "length", done.length);
+    if (done.kind == DAMAGE_CHANGE) {
+        addMember(line, "before", uint64_t{done.before});
+        addMember(line, "after", uint64_t{done.after});
+    }
+    line.EndObject();
+    text.Put('\n');
+    ledger.write(reinterpret_cast<const uint8_t*>(text.GetString()), text.GetSize());
+}
+
+// ---- The work ----------------------------------------------------------------------------------
+
+DamagePlan planOf(const DamageOptions& options, uint64_t total) {
+    DamagePlan plan;
+    plan.seed = parseNumber(options.seed);
+    plan.changes = Share(options.changes).of(total);
+    plan.cuts = parseNumber(options.cuts);
+    plan.inserts = parseNumber(options.inserts);
+    plan.zeros = parseNumber(options.zeros);
+    plan.maxRun = parseSize(options.maxRun);
+    return plan;
+}
+
+void damageAll(SizedInput& input, Damager& damager, Session& session) {
+    Progress progress(session, input.size());
+    byteVec_t piece;
+    while (input.read(piece)) {
+        damager.take(piece.data(), piece.size());
+        progress.advance(piece.size());
+        if (session.stopped()) {
+            throw Interrupted();
+        }
+    }
+}
+
+std::unique_ptr<Output> openLedger(Session& session, const DamageOptions& options,
+                                   const std::string& input) {
+    if (options.ledger.empty()) {
+        return nullptr;
+    }
+    if (options.ledger == options.output.path) {
+        throw UsageError("the ledger and the output are the same file");
+    }
+    const OutputOptions ledger = {options.ledger, options.output.force};
+    return std::make_unique<Output>(session, ledger, std::vector<std::string>{input});
+}
+
+void damage(const DamageOptions& options, Session& session) {
+    const std::string path = inputPaths(options.input).front();
+    planOf(options, 0);
+    SizedInput input(session, path);
+    const DamagePlan plan = planOf(options, input.size());
+    if (!plan.fits(input.size())) {
+        throw Failure(inputName(path), fmt::format("it has {}, too few for so much damage",
+                                                   countText(input.size(), "byte")));
+    }
+    Output output(session, options.output, {path});
+    const std::unique_ptr<Output> ledger = openLedger(session, options, path);
+    Account account(session, inputName(path));
+    account.quiet = ledger != nullptr;
+    const auto write = [&](const uint8_t* bytes, size_t length) { output.write(bytes, length); };
+    const auto observe = [&](const DamageDone& done) {
+        account.add(done);
+        if (ledger) {
+            writeLedgerLine(*ledger, done);
+        }
+    };
+    Damager damager(plan, input.size(), write, observe);
+    damageAll(input, damager, session);
+    output.commit();
+    if (ledger) {
+        ledger->commit();
+    }
+    account.finish();
+}
+
+}  // namespace
+
+void addDamage(CLI::App& program, Session& session) {
+    const auto options = std::make_shared<DamageOptions>();
+    CLI::App& verb = addVerb(program, session, "damage", "Make a damaged copy of a trace",
+                             [options, &session] { damage(*options, session); });
+    verb.add_option("FILE", options->input.paths,
+                    "The file to copy; - is standard input, which is also read when none is named.")
+        ->type_name("")
+        ->expected(1);
+    verb.add_option("--seed", options->seed, "Another number does the damage elsewhere.")
+        ->type_name("NUMBER")
+        ->capture_default_str();
+    verb.add_option("--bytes", options->changes,
+                    "Give so many bytes another value; also as a percentage: 0.01%.")
+        ->type_name("COUNT")
+        ->capture_default_str();
+    const auto addRuns = [&verb](const char* name, std::string& count, const char* description) {
+        verb.add_option(name, count, description)->type_name("COUNT")->capture_default_str();
+    };
+    addRuns("--cut", options->cuts, "Cut out so many runs of bytes.");
+    addRuns("--insert", options->inserts, "Put in so many runs of random bytes.");
+    addRuns("--zero", options->zeros, "Zero so many runs of bytes.");
+    verb.add_option("--run", options->maxRun, "The most bytes of a run; also as 64k, 1M.")
+        ->type_name("BYTES")
+        ->capture_default_str();
+    verb.add_option("--ledger", options->ledger,
+                    "Write what was done into this file, as JSON with one object per line.")
+        ->type_name("FILE");
+    addOutput(verb, options->output);
+    verb.footer(
+        "For trying out how damage is met. What is done depends on the seed, the counts and the "
+        "input's length alone. The input may be anything: it is not read as a trace. What was done "
+        "is told on standard error, with the offset in the input.");
+}
+
+}  // namespace vek::program

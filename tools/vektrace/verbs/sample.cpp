@@ -1,0 +1,106 @@
+#include "tools/vektrace/copying/quantity.h"
+#include "tools/vektrace/making/Drive.h"
+#include "tools/vektrace/making/Share.h"
+#include "tools/vektrace/program/Progress.h"
+#include "tools/vektrace/program/output.h"
+#include "tools/vektrace/program/parseTime.h"
+#include "tools/vektrace/program/verb.h"
+#include "tools/vektrace/verbs/verbs.h"
+
+namespace vek::program {
+
+namespace {
+
+constexpr size_t PIECE = 0x10000;
+
+struct SampleOptions {
+    std::string seed = "1";
+    std::string length;
+    std::string size;
+    std::string start = "2026-01-01T08:00:00Z";
+    bool unmarked = false;
+    OutputOptions output;
+};
+
+timeStamp_t startOf(const std::string& text) {
+    const TimeBound bound = parseTime(text);
+    if (bound.fromFirst) {
+        throw UsageError(fmt::format("'{}' is no time of day: there is no record before", text));
+    }
+    return bound.microseconds;
+}
+
+DrivePlan planOf(const SampleOptions& options) {
+    DrivePlan plan;
+    plan.seed = parseNumber(options.seed);
+    plan.marked = !options.unmarked;
+    plan.start = startOf(options.start);
+    if (!options.size.empty()) {
+        plan.size = parseSize(options.size);
+    } else {
+        plan.length = parseDuration(options.length.empty() ? "60s" : options.length);
+    }
+    if (plan.size < Drive::MIN_SIZE && plan.length < Drive::MIN_LENGTH) {
+        throw UsageError("a drive lasts at least 1 s, and has at least 1024 bytes");
+    }
+    if (plan.start > Drive::MAX_START || plan.length > Drive::MAX_LENGTH) {
+        throw UsageError("a drive that ends later than a trace can tell");
+    }
+    return plan;
+}
+
+void sample(const SampleOptions& options, Session& session) {
+    const DrivePlan plan = planOf(options);
+    Drive drive(plan);
+    Output output(session, options.output, {});
+    Progress progress(session, plan.size);
+    byteVec_t bytes;
+    while (drive.next(bytes)) {
+        if (bytes.size() >= PIECE) {
+            output.write(bytes.data(), bytes.size());
+            progress.advance(bytes.size());
+            bytes.clear();
+            if (session.stopped()) {
+                throw Interrupted();
+            }
+        }
+    }
+    output.write(bytes.data(), bytes.size());
+    output.commit();
+}
+
+}  // namespace
+
+void addSample(CLI::App& program, Session& session) {
+    const auto options = std::make_shared<SampleOptions>();
+    CLI::App& verb = addVerb(program, session, "sample", "Make up the trace of a drive",
+                             [options, &session] { sample(*options, session); });
+    verb.add_option("--seed", options->seed,
+                    "Another number makes another drive, the same one always the same bytes.")
+        ->type_name("NUMBER")
+        ->capture_default_str();
+    CLI::Option* const length =
+        verb.add_option("--length", options->length,
+                        "How long the drive lasts: 250ms, 90s, 2m, 1.5h. The default is 60s.")
+            ->type_name("DURATION");
+    verb.add_option("--size", options->size,
+                    "Instead of a length: exactly so many bytes, also as 64k, 1.5M, 5G. A PADDING "
+                    "record makes up for what is left.")
+        ->type_name("BYTES")
+        ->excludes(length);
+    verb.add_option("--start", options->start, "When the drive begins.")
+        ->type_name("TIME")
+        ->capture_default_str();
+    verb.add_flag("--unmarked", options->unmarked, "No sync markers in front of the records.");
+    addOutput(verb, options->output);
+    verb.footer(
+        "The drive begins with STARTUP and ends with SHUTDOWN. Between them there is cyclic bus "
+        "traffic with jitter, bursts of Ethernet frames, and what sensors and the logger itself "
+        "send. Once the clock is set back, which a TIMEJUMP record tells, and one record, a "
+        "TRIGGERCLEAR, cannot be decoded by anybody.\n"
+        "Payloads are opaque bytes of plausible lengths, since their layouts are not part of the "
+        "trace format. Those of Ethernet records are laid out for the Ethernet plugin among the "
+        "examples.");
+}
+
+}  // namespace vek::program
