@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "libvektrace/MessageBase.h"
+#include "tools/vektrace/plugin/loadPlugins.h"
 #include "tools/vektrace/program/manual.h"
 #include "tools/vektrace/program/output.h"
 #include "tools/vektrace/program/signals.h"
@@ -24,11 +25,11 @@ void addCommandLine(CLI::App& program, Session& session) {
 
 namespace {
 
-/// What the message layer needs before the first record is decoded.
-void prepareLibrary(const Session& session) {
-    static_cast<void>(session);
+/// What the message layer needs before the first record is decoded. False: a plugin was refused.
+bool prepareLibrary(Session& session) {
     MessageBase::registerMessages();
     MessageBase::setInvalidMsgHandling(MessageBase::IMH_RETURN_INVALID_MESSAGE);
+    return loadPlugins(session);
 }
 
 const CLI::App& chosen(const CLI::App& program) {
@@ -42,8 +43,9 @@ int work(const CLI::App& program, Session& session) {
         if (!session.work) {
             throw NoInput();
         }
-        prepareLibrary(session);
-        session.work();
+        if (prepareLibrary(session)) {
+            session.work();
+        }
     } catch (const NoInput&) {
         std::cerr << helpText(program, chosen(program));
         return STATUS_USAGE;

@@ -20,13 +20,15 @@ void addMerge(CLI::App& program, Session& session);
 void addSplit(CLI::App& program, Session& session);
 void addSample(CLI::App& program, Session& session);
 void addDamage(CLI::App& program, Session& session);
+void addPlugins(CLI::App& program, Session& session);
 void addCompletion(CLI::App& program, Session& session);
 /// The last one: it lists the others.
 void addHelp(CLI::App& program, Session& session);
 
 inline constexpr addVerb_t VERBS[] = {
-    addDump,  addInfo,   addCheck,  addFilter,     addRecover, addMerge,
-    addSplit, addSample, addDamage, addCompletion, addHelp,
+    addDump,   addInfo,   addCheck,      addFilter,     addRecover, addMerge, addSplit,
+    addSample, addDamage, addCompletion, addHelp,       addDump,    addInfo,  addCheck,
+    addSample, addDamage, addPlugins,    addCompletion, addHelp,
 };
 
 }  // namespace vek::program

@@ -1,0 +1,181 @@
+"""Plugins: what is loaded, what is refused before any of its code runs, and whose registry it is."""
+
+import json
+import os
+import shutil
+import struct
+
+from making_support import ETHERNET, INTERFACE, NAME, PING, SIZE, VERSION, PluginCase, plugin
+from schema_test import validator
+from support import BEGIN, STARTUP, environment, record
+
+class Listing(PluginCase):
+    def test_the_text_tells_name_versions_and_identifiers(self):
+        result = self.run_program("plugins", "--plugin", plugin("ping"), expect=0)
+        self.assertEqual(
+            result.lines, [plugin("ping") + ": ping 0.1-test, interface 1", "  0x8008 PING"]
+        )
+
+    def test_json_tells_the_same(self):
+        result = self.run_program("plugins", "--plugin", plugin("ping"), "--format", "json", expect=0)
+        document = json.loads(result.text)
+        validator("vektrace.plugins.1").validate(document)
+        self.assertEqual(
+            document,
+            {
+                "schema": "vektrace.plugins/1",
+                "plugins": [
+                    {
+                        "file": plugin("ping"),
+                        "name": "ping",
+                        "version": "0.1-test",
+                        "interface": 1,
+                        "identifiers": [{"id": PING, "name": "PING"}],
+                    }
+                ],
+            },
+        )
+
+    def test_all_plugins_are_listed_in_their_order(self):
+        arguments = ["--plugin", plugin("ping"), "--plugin", plugin("ethernet")]
+        for order in (arguments + ["plugins"], ["plugins"] + arguments):
+            names = [line.split()[1] for line in self.run_program(*order, expect=0).lines if ":" in line]
+            self.assertEqual(names, ["ping", "ethernet"])
+
+    def test_without_a_plugin_it_says_how_to_name_one(self):
+        self.assertIn("--plugin FILE", self.run_program("plugins", expect=2).complaint)
+
+    def test_what_has_a_class_keeps_it(self):
+        complaint = self.run_program("plugins", "--plugin", plugin("ping"), expect=0).complaint
+        self.assertIn("STARTUP (0x0085) has a message class already, which stays", complaint)
+        self.assertIn("it brings no message class for 0x0ab5", complaint)
+
+    def test_of_two_plugins_for_one_identifier_the_first_one_wins(self):
+        self.copy("ping", "second.so")
+        arguments = ["--plugin", plugin("ping"), "--plugin", "second.so"]
+        result = self.run_program("plugins", *arguments, expect=0)
+        self.assertIn("second.so: PING (0x8008) has a message class already", result.complaint)
+        self.assertEqual(result.text.count("0x8008"), 1)
+
+
+class Decoding(PluginCase):
+    def test_records_are_decoded_by_the_plugins_class(self):
+        self.write("a.vkt", record(PING, BEGIN))
+        without = self.run_program("dump", "a.vkt")
+        self.assertNotIn("PING OF THE PLUGIN", without.text)
+        for order in (["--plugin", plugin("ping"), "dump"], ["dump", "--plugin", plugin("ping")]):
+            result = self.run_program(*order, "a.vkt", expect=0)
+            self.assertEqual(result.text, "2023-11-14 22:13:20.000000  PING OF THE PLUGIN\n")
+
+    def test_what_is_thrown_in_a_plugin_is_caught_in_the_program(self):
+        self.write("a.vkt", record(PING, BEGIN, b"payload"), record(STARTUP, BEGIN))
+        result = self.run_program("dump", "--plugin", plugin("ping"), "a.vkt", expect=3)
+        self.assertIn("Id=0x8008", result.lines[0])
+        self.assertIn("SYSTEM STARTUP", result.lines[1])
+
+    def test_a_class_of_the_program_is_not_replaced(self):
+        self.write("a.vkt", record(STARTUP, BEGIN))
+        result = self.run_program("dump", "--plugin", plugin("ping"), "a.vkt", expect=0)
+        self.assertIn("SYSTEM STARTUP", result.text)
+
+    def test_the_ethernet_example_reads_what_sample_makes(self):
+        trace = self.run_program("sample", "--length", "5s", expect=0).out
+        dump = self.run_program("dump", "--plugin", plugin("ethernet"), input=trace)
+        frames = [line for line in dump.lines if "  ETHERNET " in line]
+        self.assertGreater(len(frames), 100)
+        self.assertGreater(len([line for line in frames if " Out " in line]), 10)
+        self.assertNotIn("Id=0x04", dump.text)
+
+    def test_the_ethernet_example_refuses_what_it_cannot_read(self):
+        trace = record(ETHERNET, BEGIN, struct.pack(">BBI", 1, 0x7F, 0))
+        dump = self.run_program("dump", "--plugin", plugin("ethernet"), input=trace, expect=3)
+        self.assertIn("port direction", dump.text)
+
+
+class Checking(PluginCase):
+    def test_a_plugin_that_fits_runs(self):
+        # The opposite of what refused() asserts, so that it can fail.
+        self.run_program("plugins", "--plugin", plugin("ping"), expect=0)
+        self.assertIn("initialised", self.files())
+
+    def test_another_magic_number_is_refused(self):
+        path = self.copy("ping", "x.so", 0, b"SOMEPLUG")
+        self.assertEqual(self.refused(path), "its vektracePluginInfo is not a plugin's")
+
+    def test_another_version_of_the_interface_is_refused(self):
+        path = self.copy("ping", "x.so", INTERFACE, struct.pack("=I", 2))
+        self.assertEqual(
+            self.refused(path), "made for version 2 of the interface, this program has version 1"
+        )
+
+    def test_another_size_is_refused(self):
+        path = self.copy("ping", "x.so", SIZE, struct.pack("=I", 99))
+        self.assertEqual(self.refused(path), "its vektracePluginInfo has a wrong length")
+
+    def test_texts_that_are_none_are_refused(self):
+        path = self.copy("ping", "x.so", NAME, b"a\x1b[2J")
+        self.assertEqual(self.refused(path), "its name is no text")
+        path = self.copy("ping", "x.so", VERSION, b"1" * 32)
+        self.assertEqual(self.refused(path), "its version is no text")
+
+    def test_a_plugin_for_another_machine_is_refused(self):
+        self.copy("ping", "x.so")
+        for offset in (4, 5, 18):  # class, byte order, machine
+            data = bytearray(self.read("x.so"))
+            data[offset] ^= 3
+            path = self.write("y.so", bytes(data))
+            self.assertEqual(self.refused(path), "made for another kind of machine")
+
+    def test_a_file_that_is_no_plugin_is_refused(self):
+        self.assertEqual(self.refused(self.write("x.so", b"")), "not a shared object")
+        self.assertEqual(self.refused(self.write("x.so", b"#!/bin/sh\n")), "not a shared object")
+        self.write("x.so", self.read(self.copy("ping", "y.so"))[:3000])
+        self.assertIn("beyond the end of the file", self.refused("x.so"))
+
+    def test_a_shared_object_without_what_a_plugin_has_is_refused(self):
+        path = self.copy("no_function", "x.so")
+        self.assertEqual(self.refused(path), "it does not export vektraceRegisterMessages")
+        path = self.copy("unresolved", "x.so")
+        self.assertIn("undefined symbol", self.refused(path))
+
+    def test_what_is_no_file_is_refused(self):
+        self.assertEqual(self.refused("missing.so"), "No such file or directory")
+        self.assertEqual(self.refused("."), "not a regular file")
+        os.mkfifo(self.path("pipe.so"))
+        self.assertEqual(self.refused("pipe.so"), "not a regular file")
+
+    def test_nothing_is_done_when_one_of_the_plugins_is_refused(self):
+        self.write("a.vkt", record(STARTUP, BEGIN))
+        result = self.run_program(
+            "dump", "--plugin", "missing.so", "--plugin", "neither.so", "a.vkt", expect=1
+        )
+        self.assertEqual(result.out, b"")
+        self.assertIn("missing.so: No such file", result.complaint)
+        self.assertIn("neither.so: No such file", result.complaint)
+
+
+class Finding(PluginCase):
+    def test_a_bare_name_is_a_file_of_the_working_folder(self):
+        self.copy("ping", "own.so")
+        self.run_program("plugins", "--plugin", "own.so", expect=0)
+
+    def test_no_folder_of_libraries_is_searched(self):
+        os.mkdir(self.path("libraries"))
+        shutil.copy(plugin("ping"), self.path("libraries/far.so"))
+        result = self.run_program(
+            "plugins",
+            "--plugin",
+            "far.so",
+            env=environment(LD_LIBRARY_PATH=self.path("libraries")),
+            expect=1,
+        )
+        self.assertIn("far.so: No such file", result.complaint)
+
+    def test_nothing_is_loaded_that_is_not_named(self):
+        self.copy("ping", "own.so")
+        self.run_program("dump", input=record(STARTUP, BEGIN), expect=0)
+        self.assertEqual(self.files(), ["own.so"])
+
+    def test_control_bytes_of_a_name_are_not_shown(self):
+        result = self.run_program("plugins", "--plugin", "a\x1b[2J", expect=1)
+        self.assertIn("a\\x1b[2J: No such file", result.complaint)

@@ -1,0 +1,164 @@
+#include "tools/vektrace/plugin/Plugin.h"
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+
+#include "tools/vektrace/plugin/ElfSymbol.h"
+#include "tools/vektrace/program/FileDescriptor.h"
+
+namespace vek::program {
+
+namespace {
+
+constexpr char INFO[] = "vektracePluginInfo";
+constexpr char REGISTER[] = "vektraceRegisterMessages";
+
+// ---- The file ----------------------------------------------------------------------------------
+
+/// Far above any shared object, so that a wrong name does not fill the memory.
+constexpr uint64_t MAX_FILE = uint64_t{1} << 30;
+
+size_t fileSize(int fd) {
+    struct stat status = {};
+    if (fstat(fd, &status) != 0) {
+        throw PluginError(systemReason(errno));
+    }
+    if (!S_ISREG(status.st_mode)) {
+        throw PluginError("not a regular file");
+    }
+    if (static_cast<uint64_t>(status.st_size) > MAX_FILE) {
+        throw PluginError("too large for a plugin");
+    }
+    return static_cast<size_t>(status.st_size);
+}
+
+byteVec_t readWhole(const std::string& path) {
+    // Opening a pipe without a writer does not wait.
+    const FileDescriptor file(path, O_RDONLY | O_NONBLOCK);
+    byteVec_t bytes(fileSize(file.get()));
+    size_t length = 0;
+    while (length < bytes.size()) {
+        const ssize_t count = read(file.get(), bytes.data() + length, bytes.size() - length);
+        if (count < 0 && errno != EINTR) {
+            throw PluginError(systemReason(errno));
+        }
+        if (count == 0) {
+            break;
+        }
+        length += count > 0 ? static_cast<size_t>(count) : 0;
+    }
+    bytes.resize(length);
+    return bytes;
+}
+
+byteVec_t readInfo(const std::string& path) {
+    try {
+        return readElfObject(readWhole(path), INFO, hostMachine());
+    } catch (const ElfError& e) {
+        throw PluginError(e.what());
+    }
+}
+
+// ---- What it says of itself --------------------------------------------------------------------
+
+bool isPrintable(char c) { return c >= 0x20 && c <= 0x7e; }
+
+/// A text that a field holds, whose rest is 0.
+template <size_t LENGTH>
+std::string textOf(const char (&field)[LENGTH], const char* what) {
+    const std::string_view all(field, LENGTH);
+    const size_t length = std::min(all.find('\0'), LENGTH);
+    const bool ended = length < LENGTH && all.find_first_not_of('\0', length) == all.npos;
+    if (length == 0 || !ended || !std::all_of(field, field + length, isPrintable)) {
+        throw PluginError(std::string("its ") + what + " is no text");
+    }
+    return std::string(all.substr(0, length));
+}
+
+}  // namespace
+
+Plugin describePlugin(const byteVec_t& bytes) {
+    TracePluginInfo info = {};
+    std::memcpy(&info, bytes.data(), std::min(bytes.size(), sizeof info));
+    if (std::memcmp(info.magic, TRACE_PLUGIN_MAGIC, sizeof info.magic) != 0) {
+        throw PluginError(std::string("its ") + INFO + " is not a plugin's");
+    }
+    if (info.interfaceVersion != TRACE_PLUGIN_INTERFACE) {
+        throw PluginError("made for version " + std::to_string(info.interfaceVersion) +
+                          " of the interface, this program has version " +
+                          std::to_string(TRACE_PLUGIN_INTERFACE));
+    }
+    if (info.size != sizeof info || bytes.size() != sizeof info) {
+        throw PluginError(std::string("its ") + INFO + " has a wrong length");
+    }
+    Plugin plugin;
+    plugin.name = textOf(info.name, "name");
+    plugin.version = textOf(info.version, "version");
+    plugin.interfaceVersion = info.interfaceVersion;
+    return plugin;
+}
+
+// ---- Loading -----------------------------------------------------------------------------------
+
+namespace {
+
+/// A name without a slash would be looked for in the folders of the system's libraries.
+std::string explicitPath(const std::string& path) {
+    return path.find('/') == path.npos ? "./" + path : path;
+}
+
+/// The reason alone, where the loader puts the name in front.
+std::string loaderReason(const std::string& path) {
+    const std::string text = dlerror();
+    const std::string name = path + ": ";
+    return text.compare(0, name.size(), name) == 0 ? text.substr(name.size()) : text;
+}
+
+void* load(const std::string& path) {
+    // Everything is resolved now rather than in the middle of a trace, and for itself alone.
+    void* const plugin = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (plugin == nullptr) {
+        throw PluginError(loaderReason(path));
+    }
+    return plugin;
+}
+
+void* symbolOf(void* plugin, const char* name) {
+    void* const symbol = dlsym(plugin, name);
+    if (symbol == nullptr) {
+        throw PluginError(std::string("it does not export ") + name);
+    }
+    return symbol;
+}
+
+bool registerMessage(void* loader, msgid_t id, pCreatorFunction creator) {
+    Plugin& plugin = *static_cast<Plugin*>(loader);
+    // Without a creator it would be a request to remove the one there is.
+    const bool added = creator != nullptr && MessageBase::registerMessage(id, creator);
+    (added ? plugin.identifiers : plugin.refused).push_back(id);
+    return added;
+}
+
+}  // namespace
+
+Plugin loadPlugin(const std::string& path) {
+    const byteVec_t info = readInfo(path);
+    Plugin plugin = describePlugin(info);
+    void* const object = load(explicitPath(path));
+    if (std::memcmp(symbolOf(object, INFO), info.data(), info.size()) != 0) {
+        throw PluginError("another file when it was loaded than when it was read");
+    }
+    using register_t = decltype(&vektraceRegisterMessages);
+    const auto registerMessages = reinterpret_cast<register_t>(symbolOf(object, REGISTER));
+    registerMessages({&plugin, &registerMessage});
+    return plugin;
+}
+
+}  // namespace vek::program
