@@ -18,6 +18,8 @@ void addFilter(CLI::App& program, Session& session);
 void addRecover(CLI::App& program, Session& session);
 void addMerge(CLI::App& program, Session& session);
 void addSplit(CLI::App& program, Session& session);
+void addExport(CLI::App& program, Session& session);
+void addImport(CLI::App& program, Session& session);
 void addSample(CLI::App& program, Session& session);
 void addDamage(CLI::App& program, Session& session);
 void addPlugins(CLI::App& program, Session& session);
@@ -26,9 +28,8 @@ void addCompletion(CLI::App& program, Session& session);
 void addHelp(CLI::App& program, Session& session);
 
 inline constexpr addVerb_t VERBS[] = {
-    addDump,   addInfo,   addCheck,      addFilter,     addRecover, addMerge, addSplit,
-    addSample, addDamage, addCompletion, addHelp,       addDump,    addInfo,  addCheck,
-    addSample, addDamage, addPlugins,    addCompletion, addHelp,
+    addDump,   addInfo,   addCheck,  addFilter, addRecover, addMerge,      addSplit,
+    addExport, addImport, addSample, addDamage, addPlugins, addCompletion, addHelp,
 };
 
 }  // namespace vek::program
