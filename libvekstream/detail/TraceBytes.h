@@ -72,16 +72,18 @@ public:
 
     /// What storage that was never written holds.
     answer_t filler(size_t position) const {
-        constexpr size_t ENOUGH = 32;
-        const size_t count = std::min(left(position), ENOUGH);
+        const size_t count = left(position);
+        if (count >= 4 * sizeof(uint64_t)) {
+            const uint64_t first = word(position);
+            return answer((first == 0 || first == ~uint64_t{0}) && first == word(position + 8) &&
+                          first == word(position + 16) && first == word(position + 24));
+        }
         if (count == 0) {
             return missing();
         }
         const uint8_t* const first = at(position);
-        if ((*first != 0x00 && *first != 0xff) || std::memcmp(first, first + 1, count - 1) != 0) {
-            return ANSWER_NO;
-        }
-        return count == ENOUGH ? ANSWER_YES : answerOfEnd(ends());
+        const bool same = std::memcmp(first, first + 1, count - 1) == 0;
+        return same && (*first == 0x00 || *first == 0xff) ? answerOfEnd(ends()) : ANSWER_NO;
     }
 
     /// Whether a record stands at `position`, as far as lengths tell; then `after` is where it ends.

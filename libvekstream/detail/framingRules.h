@@ -73,7 +73,7 @@ struct UnmarkedRules {
 
     answer_t frame(size_t position, size_t& after) const {
         const answer_t framed = bytes.frame(position, 0, after);
-        return framed == ANSWER_YES && bytes.filler(position) == ANSWER_YES ? ANSWER_NO : framed;
+        return framed == ANSWER_YES && isFiller(position) ? ANSWER_NO : framed;
     }
 
     answer_t followedWell(size_t record, size_t position) const {
@@ -161,6 +161,11 @@ struct UnmarkedRules {
     }
 
 private:
+    /// Of a frame: its size alone tells that it is not 00.
+    bool isFiller(size_t position) const {
+        return bytes.sizeField(position) == 0xffff && bytes.filler(position) == ANSWER_YES;
+    }
+
     /// The end, or a header with a time near one of two.
     answer_t headerNear(size_t position, timeStamp_t one, timeStamp_t other) const {
         const answer_t end = bytes.endsAt(position);

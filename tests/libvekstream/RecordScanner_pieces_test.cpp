@@ -256,6 +256,19 @@ TEST(RecordScannerOfAGrowingTrace, YieldsARecordThatCarriesRecordsAtOnceWhenSize
     expectEachRecordAtOnce(trace, FRAMING_MARKED, RULE_TRUST_SIZES);
 }
 
+TEST(RecordScannerOfAGrowingTrace, WaitsInAGapForAllRecordsThatItTakesToEndIt) {
+    const byteVec_t late = unmarkedRecord(MSGID_CAN, SOME_TIME + timeStamp_t{9} * 86400000000);
+    const byteVec_t three =
+        joined({unmarkedRecord(MSGID_CAN, SOME_TIME), byteVec_t(32, 0x00), late, late, late});
+    RecordScanner scanner(FRAMING_UNMARKED);
+    std::vector<TraceSpan> spans;
+    give(scanner, three, three.size(), INPUT_PAUSES, spans);
+    EXPECT_EQ(textOf(spans), "record 14");
+    const byteVec_t four = joined({three, late});
+    give(scanner, four, four.size(), INPUT_PAUSES, spans);
+    EXPECT_EQ(textOf(spans), "record 14, filler 32, record 14, record 14, record 14, record 14");
+}
+
 TEST(RecordScannerOfAGrowingTrace, KeepsTheLawsWhateverPausesWhere) {
     Dice dice(42);
     for (size_t round = 0; round < 200 * testEffort() && !HasFailure(); ++round) {
