@@ -21,8 +21,9 @@ void waitUntilWritable(int fd) {
     ::poll(&asked, 1, -1);
 }
 
-/// Some of the bytes; returns how many. Throws IoError.
-size_t writeSome(int fd, const uint8_t* data, size_t length) {
+/// Some of the bytes; returns how many. Throws IoError, also when a signal interrupts and `stop` is
+/// set.
+size_t writeSome(int fd, const uint8_t* data, size_t length, const std::atomic<bool>* stop) {
     for (;;) {
         const ssize_t some = ::write(fd, data, length);
         if (some >= 0) {
@@ -30,7 +31,7 @@ size_t writeSome(int fd, const uint8_t* data, size_t length) {
         }
         if (errno == EAGAIN) {
             waitUntilWritable(fd);
-        } else if (errno != EINTR) {
+        } else if (errno != EINTR || (stop != nullptr && *stop)) {
             throw IoError(errno);
         }
     }
@@ -94,7 +95,7 @@ void TraceWriter::commit() {
 void TraceWriter::writeOut(const uint8_t* data, size_t length) {
     try {
         while (length > 0) {
-            const size_t some = writeSome(fd, data, length);
+            const size_t some = writeSome(fd, data, length, stop);
             written += some;
             data += some;
             length -= some;

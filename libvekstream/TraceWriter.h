@@ -7,6 +7,7 @@
 /// sends SIGPIPE or SIGXFSZ. A program that wants the exception instead ignores these.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
@@ -31,6 +32,10 @@ public:
     ~TraceWriter();
     TraceWriter(const TraceWriter&) = delete;
     TraceWriter& operator=(const TraceWriter&) = delete;
+
+    /// Where not null: once it is true, a write that waits and is interrupted by a signal fails with
+    /// EINTR instead of waiting on. Must outlive the writer.
+    void setStop(const std::atomic<bool>* _stop) { stop = _stop; }
 
     /// Takes over a copy of the bytes; writes when there are enough. Throws TraceException when the
     /// system refuses, with the number of bytes that were written as its offset: nothing can be
@@ -62,5 +67,6 @@ private:
     uint64_t written = 0;
     std::unique_ptr<File> file;  ///< null: the descriptor is the caller's
     int fd;
+    const std::atomic<bool>* stop = nullptr;
     std::optional<TraceException> failure;
 };

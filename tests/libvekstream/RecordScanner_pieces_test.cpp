@@ -4,9 +4,9 @@
 
 #include <memory>
 
-#include "libvekstream/support/effort.h"
-#include "libvekstream/support/scan.h"
-#include "libvekstream/support/traces.h"
+#include "libvekstream/scanner/effort.h"
+#include "libvekstream/scanner/scan.h"
+#include "libvekstream/scanner/traces.h"
 #include "support/GuardedBuffer.h"
 
 namespace {

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "libvekstream/support/effort.h"
-#include "libvekstream/support/scan.h"
-#include "libvekstream/support/traces.h"
+#include "libvekstream/scanner/effort.h"
+#include "libvekstream/scanner/scan.h"
+#include "libvekstream/scanner/traces.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <fstream>
 #include <map>
 
-#include "libvekstream/support/effort.h"
-#include "libvekstream/support/scan.h"
-#include "libvekstream/support/traces.h"
+#include "libvekstream/scanner/effort.h"
+#include "libvekstream/scanner/scan.h"
+#include "libvekstream/scanner/traces.h"
 
 namespace {
 

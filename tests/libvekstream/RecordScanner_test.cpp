@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "libvekstream/support/scan.h"
-#include "libvekstream/support/traces.h"
+#include "libvekstream/scanner/scan.h"
+#include "libvekstream/scanner/traces.h"
 #include "support/Settings.h"
 #include "support/TestMessage.h"
 

@@ -4,6 +4,8 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <functional>
 #include <thread>
@@ -407,6 +409,26 @@ TEST(TraceWriter, GoesOnAfterInterruptions) {
         }
     });
     EXPECT_TRUE(got == all);
+}
+
+TEST(TraceWriter, EndsAWriteThatWaitsWhenASignalComesAndItShallStop) {
+    Pipe pipe;
+    std::atomic<bool> stop = true;
+    std::atomic<bool> ended = false;
+    const Interruptions interruptions;
+    std::thread signals([&] {
+        while (!ended) {
+            interruptions.interrupt();
+            std::this_thread::yield();
+        }
+    });
+    TraceWriter writer(pipe.writing());
+    writer.setStop(&stop);
+    const byteVec_t all = manyBytes(1000000);
+    const TraceException interrupted = thrownBy([&] { writer.write(all); });
+    ended = true;
+    signals.join();
+    EXPECT_EQ(interrupted.error(), EINTR);
 }
 
 // ---- Failures ----------------------------------------------------------------------------------

@@ -53,6 +53,7 @@ Output::Output(Session& _session, const OutputOptions& options,
         refuseInputs(options.path, name, inputs);
         openFile(options.path, options.force);
     }
+    writer->setStop(session.stopFlag());
 }
 
 void Output::openStandardOutput(bool force) {
@@ -85,6 +86,9 @@ void Output::guarded(const Step& step) {
     try {
         step();
     } catch (const TraceException& e) {
+        if (e.error() == EINTR) {
+            throw Interrupted();
+        }
         fail(name, e.error(), e.what());
     }
 }

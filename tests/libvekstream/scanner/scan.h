@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <sstream>
 
-#include "libvekstream/support/PlainScanner.h"
+#include "libvekstream/scanner/PlainScanner.h"
 #include "support/hex.h"
 
 /// The identifiers of the catalogue, as ranges: a slip in one list shows in the other.
