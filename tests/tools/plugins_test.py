@@ -155,6 +155,11 @@ class Checking(PluginCase):
 
 
 class Finding(PluginCase):
+    def test_nothing_is_loaded_for_a_command_line_that_is_no_use_or_asks_for_help(self):
+        for arguments, status in (["dump", "--nope"], 2), (["dump", "--help"], 0), (["--version"], 0):
+            self.run_program("--plugin", plugin("ping"), *arguments, expect=status)
+            self.assertEqual(self.files(), [])
+
     def test_a_bare_name_is_a_file_of_the_working_folder(self):
         self.copy("ping", "own.so")
         self.run_program("plugins", "--plugin", "own.so", expect=0)

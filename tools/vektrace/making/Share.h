@@ -13,6 +13,7 @@ uint64_t parseNumber(std::string_view text);
 /// So many of a number of things, or a percentage of them.
 class Share {
 public:
+    Share() = default;
     /// "1000", or "0.5%" up to "100%", with six decimal places at most. Throws UsageError.
     explicit Share(std::string_view text);
 

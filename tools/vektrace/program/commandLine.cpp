@@ -3,7 +3,6 @@
 #include <iostream>
 
 #include "libvektrace/MessageBase.h"
-#include "tools/vektrace/plugin/loadPlugins.h"
 #include "tools/vektrace/program/manual.h"
 #include "tools/vektrace/program/output.h"
 #include "tools/vektrace/program/signals.h"
@@ -25,11 +24,10 @@ void addCommandLine(CLI::App& program, Session& session) {
 
 namespace {
 
-/// What the message layer needs before the first record is decoded. False: a plugin was refused.
-bool prepareLibrary(Session& session) {
+/// What the message layer needs before the first record is decoded.
+void prepareLibrary() {
     MessageBase::registerMessages();
     MessageBase::setInvalidMsgHandling(MessageBase::IMH_RETURN_INVALID_MESSAGE);
-    return loadPlugins(session);
 }
 
 const CLI::App& chosen(const CLI::App& program) {
@@ -43,9 +41,8 @@ int work(const CLI::App& program, Session& session) {
         if (!session.work) {
             throw NoInput();
         }
-        if (prepareLibrary(session)) {
-            session.work();
-        }
+        prepareLibrary();
+        session.work();
     } catch (const NoInput&) {
         std::cerr << helpText(program, chosen(program));
         return STATUS_USAGE;

@@ -18,12 +18,8 @@ struct DamageOptions {
     InputOptions input;
     OutputOptions output;
     std::string ledger;
-    std::string seed = "1";
-    std::string changes = "0";
-    std::string cuts = "0";
-    std::string inserts = "0";
-    std::string zeros = "0";
-    std::string maxRun = "256";
+    Share changes;
+    DamagePlan plan;
 };
 
 // ---- What was done -----------------------------------------------------------------------------
@@ -110,14 +106,14 @@ void writeLedgerLine(Output& ledger, const DamageDone& done) {
 
 // ---- The work ----------------------------------------------------------------------------------
 
-DamagePlan planOf(const DamageOptions& options, uint64_t total) {
-    DamagePlan plan;
-    plan.seed = parseNumber(options.seed);
-    plan.changes = Share(options.changes).of(total);
-    plan.cuts = parseNumber(options.cuts);
-    plan.inserts = parseNumber(options.inserts);
-    plan.zeros = parseNumber(options.zeros);
-    plan.maxRun = parseSize(options.maxRun);
+DamagePlan planFor(const SizedInput& input, const DamageOptions& options) {
+    DamagePlan plan = options.plan;
+    plan.changes = options.changes.of(input.size());
+    if (!plan.fits(input.size())) {
+        throw Failure(
+            inputName(inputPaths(options.input).front()),
+            fmt::format("it has {}, too few for so much damage", countText(input.size(), "byte")));
+    }
     return plan;
 }
 
@@ -147,13 +143,8 @@ std::unique_ptr<Output> openLedger(Session& session, const DamageOptions& option
 
 void damage(const DamageOptions& options, Session& session) {
     const std::string path = inputPaths(options.input).front();
-    planOf(options, 0);
     SizedInput input(session, path);
-    const DamagePlan plan = planOf(options, input.size());
-    if (!plan.fits(input.size())) {
-        throw Failure(inputName(path), fmt::format("it has {}, too few for so much damage",
-                                                   countText(input.size(), "byte")));
-    }
+    const DamagePlan plan = planFor(input, options);
     Output output(session, options.output, {path});
     const std::unique_ptr<Output> ledger = openLedger(session, options, path);
     Account account(session, inputName(path));
@@ -174,6 +165,13 @@ void damage(const DamageOptions& options, Session& session) {
     account.finish();
 }
 
+void addNumber(CLI::App& verb, const std::string& name, const std::string& type, uint64_t& number,
+               const std::string& description) {
+    addParsed(verb, name, type, description, [&number](const std::string& text) {
+        number = parseNumber(text);
+    })->default_str(std::to_string(number));
+}
+
 }  // namespace
 
 void addDamage(CLI::App& program, Session& session) {
@@ -184,22 +182,17 @@ void addDamage(CLI::App& program, Session& session) {
                     "The file to copy; - is standard input, which is also read when none is named.")
         ->type_name("")
         ->expected(1);
-    verb.add_option("--seed", options->seed, "Another number does the damage elsewhere.")
-        ->type_name("NUMBER")
-        ->capture_default_str();
-    verb.add_option("--bytes", options->changes,
-                    "Give so many bytes another value; also as a percentage: 0.01%.")
-        ->type_name("COUNT")
-        ->capture_default_str();
-    const auto addRuns = [&verb](const char* name, std::string& count, const char* description) {
-        verb.add_option(name, count, description)->type_name("COUNT")->capture_default_str();
-    };
-    addRuns("--cut", options->cuts, "Cut out so many runs of bytes.");
-    addRuns("--insert", options->inserts, "Put in so many runs of random bytes.");
-    addRuns("--zero", options->zeros, "Zero so many runs of bytes.");
-    verb.add_option("--run", options->maxRun, "The most bytes of a run; also as 64k, 1M.")
-        ->type_name("BYTES")
-        ->capture_default_str();
+    DamagePlan& plan = options->plan;
+    addNumber(verb, "--seed", "NUMBER", plan.seed, "Another number does the damage elsewhere.");
+    addParsed(verb, "--bytes", "COUNT",
+              "Give so many bytes another value; also as a percentage: 0.01%.",
+              [options](const std::string& text) { options->changes = Share(text); });
+    addNumber(verb, "--cut", "COUNT", plan.cuts, "Cut out so many runs of bytes.");
+    addNumber(verb, "--insert", "COUNT", plan.inserts, "Put in so many runs of random bytes.");
+    addNumber(verb, "--zero", "COUNT", plan.zeros, "Zero so many runs of bytes.");
+    addParsed(verb, "--run", "SIZE", "The most bytes of a run; also as 64k, 1M.",
+              [&plan](const std::string& text) { plan.maxRun = parseSize(text); })
+        ->default_str(std::to_string(plan.maxRun));
     verb.add_option("--ledger", options->ledger,
                     "Write what was done into this file, as JSON with one object per line.")
         ->type_name("FILE");

@@ -4,6 +4,7 @@
 #include "tools/vektrace/program/Progress.h"
 #include "tools/vektrace/program/output.h"
 #include "tools/vektrace/program/parseTime.h"
+#include "tools/vektrace/program/timeUnits.h"
 #include "tools/vektrace/program/verb.h"
 #include "tools/vektrace/verbs/verbs.h"
 
@@ -13,16 +14,15 @@ namespace {
 
 constexpr size_t PIECE = 0x10000;
 
+constexpr char START[] = "2026-01-01T08:00:00Z";
+constexpr uint64_t LENGTH = 60 * MICROSECONDS_PER_SECOND;
+
 struct SampleOptions {
-    std::string seed = "1";
-    std::string length;
-    std::string size;
-    std::string start = "2026-01-01T08:00:00Z";
-    bool unmarked = false;
+    DrivePlan plan;
     OutputOptions output;
 };
 
-timeStamp_t startOf(const std::string& text) {
+timeStamp_t parseStart(const std::string& text) {
     const TimeBound bound = parseTime(text);
     if (bound.fromFirst) {
         throw UsageError(fmt::format("'{}' is no time of day: there is no record before", text));
@@ -30,15 +30,9 @@ timeStamp_t startOf(const std::string& text) {
     return bound.microseconds;
 }
 
-DrivePlan planOf(const SampleOptions& options) {
-    DrivePlan plan;
-    plan.seed = parseNumber(options.seed);
-    plan.marked = !options.unmarked;
-    plan.start = startOf(options.start);
-    if (!options.size.empty()) {
-        plan.size = parseSize(options.size);
-    } else {
-        plan.length = parseDuration(options.length.empty() ? "60s" : options.length);
+DrivePlan completed(DrivePlan plan) {
+    if (plan.size == 0 && plan.length == 0) {
+        plan.length = LENGTH;
     }
     if (plan.size < Drive::MIN_SIZE && plan.length < Drive::MIN_LENGTH) {
         throw UsageError("a drive lasts at least 1 s, and has at least 1024 bytes");
@@ -50,7 +44,7 @@ DrivePlan planOf(const SampleOptions& options) {
 }
 
 void sample(const SampleOptions& options, Session& session) {
-    const DrivePlan plan = planOf(options);
+    const DrivePlan plan = completed(options.plan);
     Drive drive(plan);
     Output output(session, options.output, {});
     Progress progress(session, plan.size);
@@ -75,23 +69,26 @@ void addSample(CLI::App& program, Session& session) {
     const auto options = std::make_shared<SampleOptions>();
     CLI::App& verb = addVerb(program, session, "sample", "Make up the trace of a drive",
                              [options, &session] { sample(*options, session); });
-    verb.add_option("--seed", options->seed,
-                    "Another number makes another drive, the same one always the same bytes.")
-        ->type_name("NUMBER")
-        ->capture_default_str();
+    DrivePlan& plan = options->plan;
+    plan.start = parseStart(START);
+    addParsed(verb, "--seed", "NUMBER",
+              "Another number makes another drive, the same one always the same bytes.",
+              [&plan](const std::string& text) { plan.seed = parseNumber(text); })
+        ->default_str("1");
     CLI::Option* const length =
-        verb.add_option("--length", options->length,
-                        "How long the drive lasts: 250ms, 90s, 2m, 1.5h. The default is 60s.")
-            ->type_name("DURATION");
-    verb.add_option("--size", options->size,
-                    "Instead of a length: exactly so many bytes, also as 64k, 1.5M, 5G. A PADDING "
-                    "record makes up for what is left.")
-        ->type_name("BYTES")
+        addParsed(verb, "--length", "DURATION",
+                  "How long the drive lasts: 1500ms, 90s, 2m, 1.5h. Without a size it is 60s.",
+                  [&plan](const std::string& text) { plan.length = parseDuration(text); });
+    addParsed(verb, "--size", "SIZE",
+              "Instead of a length: exactly so many bytes, also as 64k, 1.5M, 5G. A PADDING record "
+              "makes up for what is left.",
+              [&plan](const std::string& text) { plan.size = parseSize(text); })
         ->excludes(length);
-    verb.add_option("--start", options->start, "When the drive begins.")
-        ->type_name("TIME")
-        ->capture_default_str();
-    verb.add_flag("--unmarked", options->unmarked, "No sync markers in front of the records.");
+    addParsed(verb, "--start", "TIME", "When the drive begins.", [&plan](const std::string& text) {
+        plan.start = parseStart(text);
+    })->default_str(START);
+    verb.add_flag_callback(
+        "--unmarked", [&plan] { plan.marked = false; }, "No sync markers in front of the records.");
     addOutput(verb, options->output);
     verb.footer(
         "The drive begins with STARTUP and ends with SHUTDOWN. Between them there is cyclic bus "
