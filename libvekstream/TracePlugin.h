@@ -36,19 +36,19 @@ static_assert(sizeof(TracePluginInfo) == 112, "no padding, on any machine");
 inline constexpr char TRACE_PLUGIN_MAGIC[] = "VEKPLUG";
 
 /// Texts that are too long do not compile.
-template <size_t NAME, size_t VERSION>
-constexpr TracePluginInfo makeTracePluginInfo(const char (&name)[NAME],
-                                              const char (&version)[VERSION]) {
+template <size_t nameSize, size_t versionSize>
+constexpr TracePluginInfo makeTracePluginInfo(const char (&name)[nameSize],
+                                              const char (&version)[versionSize]) {
     TracePluginInfo info = {};
     static_assert(sizeof TRACE_PLUGIN_MAGIC == sizeof info.magic);
-    static_assert(NAME <= sizeof info.name && VERSION <= sizeof info.version);
+    static_assert(nameSize <= sizeof info.name && versionSize <= sizeof info.version);
     for (size_t i = 0; i < sizeof info.magic; ++i) {
         info.magic[i] = TRACE_PLUGIN_MAGIC[i];
     }
-    for (size_t i = 0; i < NAME; ++i) {
+    for (size_t i = 0; i < nameSize; ++i) {
         info.name[i] = name[i];
     }
-    for (size_t i = 0; i < VERSION; ++i) {
+    for (size_t i = 0; i < versionSize; ++i) {
         info.version[i] = version[i];
     }
     info.interfaceVersion = TRACE_PLUGIN_INTERFACE;

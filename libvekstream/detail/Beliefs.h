@@ -54,14 +54,14 @@ private:
     using ids_t = std::bitset<0x10000>;
 
     static const ids_t& catalogue() {
-        static const ids_t IDS = [] {
+        static const ids_t theCatalogue = [] {
             ids_t ids;
             for (size_t id = 0; id < ids.size(); ++id) {
                 ids[id] = messageName(static_cast<msgid_t>(id)) != nullptr;
             }
             return ids;
         }();
-        return IDS;
+        return theCatalogue;
     }
 
     ids_t known;
