@@ -29,10 +29,14 @@ size_t writeSome(int fd, const uint8_t* data, size_t length, const std::atomic<b
         if (some >= 0) {
             return static_cast<size_t>(some);
         }
+        if (errno != EAGAIN && errno != EINTR) {
+            throw IoError(errno);
+        }
+        if (stop != nullptr && *stop) {
+            throw IoError(EINTR);
+        }
         if (errno == EAGAIN) {
             waitUntilWritable(fd);
-        } else if (errno != EINTR || (stop != nullptr && *stop)) {
-            throw IoError(errno);
         }
     }
 }
@@ -99,6 +103,9 @@ void TraceWriter::writeOut(const uint8_t* data, size_t length) {
             written += some;
             data += some;
             length -= some;
+            if (length > 0 && stop != nullptr && *stop) {
+                throw IoError(EINTR);  // it would have waited, had the signal not come
+            }
         }
     } catch (const IoError& error) {
         fail(error.what(), error.error());

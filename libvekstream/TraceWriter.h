@@ -33,8 +33,8 @@ public:
     TraceWriter(const TraceWriter&) = delete;
     TraceWriter& operator=(const TraceWriter&) = delete;
 
-    /// Where not null: once it is true, a write that waits and is interrupted by a signal fails with
-    /// EINTR instead of waiting on. Must outlive the writer.
+    /// Where not null: once it is true, a write that would have to wait fails with EINTR. A signal
+    /// interrupts one that waits already. Must outlive the writer.
     void setStop(const std::atomic<bool>* _stop) { stop = _stop; }
 
     /// Takes over a copy of the bytes; writes when there are enough. Throws TraceException when the

@@ -411,8 +411,7 @@ TEST(TraceWriter, GoesOnAfterInterruptions) {
     EXPECT_TRUE(got == all);
 }
 
-TEST(TraceWriter, EndsAWriteThatWaitsWhenASignalComesAndItShallStop) {
-    Pipe pipe;
+void expectInterrupted(Pipe& pipe) {
     std::atomic<bool> stop = true;
     std::atomic<bool> ended = false;
     const Interruptions interruptions;
@@ -429,6 +428,17 @@ TEST(TraceWriter, EndsAWriteThatWaitsWhenASignalComesAndItShallStop) {
     ended = true;
     signals.join();
     EXPECT_EQ(interrupted.error(), EINTR);
+}
+
+TEST(TraceWriter, EndsAWriteThatWaitsWhenASignalComesAndItShallStop) {
+    Pipe pipe;
+    expectInterrupted(pipe);
+}
+
+TEST(TraceWriter, EndsItAlsoWhereThePipeDoesNotWaitByItself) {
+    Pipe pipe;
+    ASSERT_EQ(::fcntl(pipe.writing(), F_SETFL, O_NONBLOCK), 0);
+    expectInterrupted(pipe);
 }
 
 // ---- Failures ----------------------------------------------------------------------------------

@@ -12,6 +12,16 @@ class Doing(DamageCase):
     def test_without_a_request_it_copies(self):
         self.assertEqual(self.run_program("damage", "a.vkt", expect=0).out, INPUT)
 
+    def test_the_ledger_is_not_the_output_whatever_both_are_called(self):
+        result = self.run_program(
+            "damage", "--force", "a.vkt", "-o", "./out.vkt", "--ledger", "out.vkt", expect=2
+        )
+        self.assertEqual(
+            result.complaint.splitlines()[0],
+            "vektrace: damage: the ledger and the output are the same file",
+        )
+        self.assertNotIn("out.vkt", self.files())
+
     def test_the_ledger_tells_everything(self):
         out, ledger = self.damaged("--bytes", "50", "--cut", "3", "--insert", "4", "--zero", "5")
         kinds = [entry["kind"] for entry in ledger]

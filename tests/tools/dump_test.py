@@ -140,6 +140,11 @@ class Times(Case):
             self.times("--time=local", stamps=[BEGIN], env=west),
             ["2023-11-14 18:43:20.000000-03:30"],
         )
+        self.assertEqual(
+            self.times("--time=local", stamps=[0, 86400 * SECOND], env=west),
+            ["1970-01-01 00:00:00.000000+00:00", "1970-01-01 20:30:00.000000-03:30"],
+            "what may lie before 1970 is shown in UTC",
+        )
 
     def test_precision_cuts_off_and_never_rounds(self):
         expected = {

@@ -168,6 +168,16 @@ class FilterByNumberTest(Case):
         result = self.run_program("filter", "--last", "120", "c.gz", expect=0)
         self.assertEqual(result.out, b"".join(records[30:]))
 
+    def test_takes_all_where_there_are_fewer_also_when_they_do_not_fit_into_memory(self):
+        records = [record(CAN, BEGIN + i, bytes([i % 256]) * 60000) for i in range(150)]
+        self.write("a.vkt", *records)
+        result = self.run_program("filter", "--last", "1000", "a.vkt", expect=0)
+        self.assertEqual(result.out, b"".join(records))
+
+    def test_reads_standard_input_once_only(self):
+        result = self.run_program("filter", "-", "-", input=b"", expect=2)
+        self.assertIn("standard input can be read once only", result.complaint)
+
     def test_refuses_to_keep_too_much_of_a_pipe(self):
         trace = b"".join(record(CAN, BEGIN + i, bytes(65000)) for i in range(1100))
         result = self.run_program("filter", "--last", "1100", input=trace, expect=1)

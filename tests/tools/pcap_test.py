@@ -75,6 +75,19 @@ class Exporting(CaptureCase):
         kept = records[:1] + records[2:]
         self.assertEqual(self.imported(result.out), b"".join(kept))
 
+    def test_marked_and_unmarked_records_are_not_mixed(self):
+        self.write("a.vkt", *drive(3))
+        self.write("b.vkt", *[record(CAN, BEGIN + i, marked=False) for i in range(3)])
+        result = self.run_program("export", "a.vkt", "b.vkt", "-o", "x.pcap", expect=1)
+        self.assertIn("b.vkt: byte 0: has no sync markers", result.complaint)
+        self.assertNotIn("x.pcap", self.files())
+
+    def test_standard_output_gets_all_that_could_be_read(self):
+        self.write("a.vkt", *drive(9))
+        whole = self.run_program("export", "a.vkt", expect=0).out
+        result = self.run_program("export", "missing.vkt", "a.vkt", expect=1)
+        self.assertEqual(result.out, whole)
+
     def test_an_unreadable_input_leaves_no_file(self):
         self.write("a.vkt", *drive(2))
         result = self.run_program("export", "missing.vkt", "a.vkt", "-o", "a.pcap", expect=1)

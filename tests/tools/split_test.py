@@ -30,6 +30,13 @@ class SplitVerb:
 
 
 class SplitRuleTest(SplitVerb, Case):
+    def test_wants_a_name_for_its_pieces(self):
+        self.write("in.vkt", *drive(2))
+        for output in ("-", "folder/"):
+            result = self.split("in.vkt", "--count", "1", "-o", output, expect=2)
+            self.assertTrue(result.complaint.startswith("vektrace: split: --output must name"))
+        self.assertEqual(self.files(), ["in.vkt"])
+
     def test_cuts_by_count(self):
         records = drive(7)
         self.write("in.vkt", *records)

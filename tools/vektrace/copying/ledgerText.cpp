@@ -35,7 +35,7 @@ std::string what(const LedgerEntry& entry) {
     return "the rest could not be read";
 }
 
-void beginObject(JsonLine_t& writer, const char* kind) {
+void beginObject(jsonLine_t& writer, const char* kind) {
     writer.StartObject();
     addMember(writer, "schema", schemaName("ledger"));
     addMember(writer, "kind", kind);
@@ -45,12 +45,12 @@ std::string lineOf(rapidjson::StringBuffer& buffer) {
     return std::string(buffer.GetString(), buffer.GetSize()) + '\n';
 }
 
-void addCounts(JsonLine_t& writer, const GapTotals::Count& count) {
+void addCounts(jsonLine_t& writer, const GapTotals::Count& count) {
     addMember(writer, "gaps", count.gaps);
     addMember(writer, "bytes", count.bytes);
 }
 
-void addReasons(JsonLine_t& writer, const GapTotals& totals) {
+void addReasons(jsonLine_t& writer, const GapTotals& totals) {
     writer.Key("reasons");
     writer.StartArray();
     for (int reason = 0; reason < GAP_NUM; ++reason) {
@@ -82,7 +82,7 @@ std::string ledgerText(const LedgerTotals& totals) {
 
 std::string ledgerJson(const LedgerEntry& entry) {
     rapidjson::StringBuffer buffer;
-    JsonLine_t writer(buffer);
+    jsonLine_t writer(buffer);
     beginObject(writer, kindWord(entry.kind));
     addMember(writer, "file", jsonPath(entry.file));
     addMember(writer, "offset", entry.offset);
@@ -99,7 +99,7 @@ std::string ledgerJson(const LedgerEntry& entry) {
 
 std::string ledgerJson(const LedgerTotals& totals) {
     rapidjson::StringBuffer buffer;
-    JsonLine_t writer(buffer);
+    jsonLine_t writer(buffer);
     beginObject(writer, "total");
     addMember(writer, "records", totals.records);
     addMember(writer, "record_bytes", totals.recordBytes);

@@ -41,7 +41,8 @@ bool isPieceName(std::string_view name, std::string_view prefix) {
 
 std::string pieceName(const std::string& prefix, uint64_t number) {
     char digits[24];
-    std::snprintf(digits, sizeof digits, "-%04" PRIu64, number);
+    // The field is wide enough for any number.
+    static_cast<void>(std::snprintf(digits, sizeof digits, "-%04" PRIu64, number));
     return prefix + digits + std::string(SUFFIX);
 }
 

@@ -18,7 +18,18 @@ void writeRecord(PcapWriter& capture, const Input& input, const TraceSpan& span,
     capture.write(time, span.data, span.length);
 }
 
-void exportInput(PcapWriter& capture, Input& input, Session& session) {
+/// One capture is read as one trace: it takes either marked or unmarked records.
+void checkFraming(framing_t& framing, const Input& input, const TraceSpan& span) {
+    const framing_t own = span.marked ? FRAMING_MARKED : FRAMING_UNMARKED;
+    if (framing != FRAMING_DETECT && framing != own) {
+        throw Failure(input.name(), span.offset,
+                      span.marked ? "has sync markers and the inputs before have none"
+                                  : "has no sync markers and the inputs before have some");
+    }
+    framing = own;
+}
+
+void exportInput(PcapWriter& capture, framing_t& framing, Input& input, Session& session) {
     GapCollector gaps([&](const Gap& gap) {
         session.loss(failureText(input.name(), gap.offset,
                                  fmt::format("{} left out: {}", countText(gap.length, "byte"),
@@ -27,6 +38,7 @@ void exportInput(PcapWriter& capture, Input& input, Session& session) {
     TraceSpan span;
     for (uint64_t number = 0; input.next(span);) {
         if (!gaps.add(span)) {
+            checkFraming(framing, input, span);
             writeRecord(capture, input, span, ++number);
         }
     }
@@ -39,12 +51,11 @@ void exportCapture(const InputOptions& inputs, const OutputOptions& options, Ses
     const std::vector<std::string> paths = inputPaths(inputs);
     Output output(session, options, paths);
     PcapWriter capture(output);
-    forEachInput(session, inputs, [&](Input& input) { exportInput(capture, input, session); });
+    framing_t framing = FRAMING_DETECT;
+    forEachInput(session, inputs,
+                 [&](Input& input) { exportInput(capture, framing, input, session); });
     capture.flush();
-    // What could be read is not what was asked for.
-    if (session.status() != STATUS_FAILED) {
-        output.commit();
-    }
+    output.commitUnlessFailed();
 }
 
 }  // namespace vek::program

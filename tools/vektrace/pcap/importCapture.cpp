@@ -93,10 +93,7 @@ void importCapture(const InputOptions& inputs, const OutputOptions& options, Ses
             importer.import(*capture);
         }
     }
-    // What could be read is not what was asked for.
-    if (session.status() != STATUS_FAILED) {
-        output.commit();
-    }
+    output.commitUnlessFailed();
 }
 
 }  // namespace vek::program

@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+
 #include <cstdlib>
 #include <string_view>
 
@@ -16,10 +18,11 @@ namespace {
 void writeToStandardError(std::string_view text) {
     while (!text.empty()) {
         const ssize_t count = write(STDERR_FILENO, text.data(), text.size());
-        if (count <= 0) {
+        if (count >= 0) {
+            text.remove_prefix(static_cast<size_t>(count));
+        } else if (errno != EINTR) {
             return;
         }
-        text.remove_prefix(static_cast<size_t>(count));
     }
 }
 

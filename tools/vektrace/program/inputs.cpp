@@ -28,6 +28,9 @@ void addSizeRule(CLI::App& verb, InputOptions& options) {
 }
 
 std::vector<std::string> inputPaths(const InputOptions& options) {
+    if (std::count(options.paths.begin(), options.paths.end(), "-") > 1) {
+        throw UsageError("standard input can be read once only");
+    }
     if (!options.paths.empty()) {
         return options.paths;
     }

@@ -14,8 +14,8 @@
 
 namespace vek::program {
 
-using JsonLine_t = rapidjson::Writer<rapidjson::StringBuffer>;
-using JsonDocument_t = rapidjson::PrettyWriter<rapidjson::StringBuffer>;
+using jsonLine_t = rapidjson::Writer<rapidjson::StringBuffer>;
+using jsonDocument_t = rapidjson::PrettyWriter<rapidjson::StringBuffer>;
 
 /// "vektrace.NAME/1": the first member of every object that the program writes.
 std::string schemaName(std::string_view name);

@@ -1,8 +1,10 @@
 #include "tools/vektrace/program/output.h"
 
+#include <poll.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "tools/vektrace/program/inputs.h"
 
@@ -31,6 +33,14 @@ void refuseInputs(const Target& target, const std::string& name,
 
 }  // namespace
 
+bool isSameTarget(const std::string& one, const std::string& other) {
+    const auto target = [](const std::string& path) {
+        std::error_code ignored;
+        return std::filesystem::weakly_canonical(std::filesystem::absolute(path, ignored), ignored);
+    };
+    return one == "-" || other == "-" ? one == other : target(one) == target(other);
+}
+
 // ---- Bytes -------------------------------------------------------------------------------------
 
 void addOutput(CLI::App& verb, OutputOptions& options) {
@@ -57,10 +67,14 @@ Output::Output(Session& _session, const OutputOptions& options,
 }
 
 void Output::openStandardOutput(bool force) {
-    if (!force && isatty(STDOUT_FILENO) == 1) {
+    refuseTerminal(STDOUT_FILENO, force);
+    writer = std::make_unique<TraceWriter>(STDOUT_FILENO);
+}
+
+void Output::refuseTerminal(int fd, bool force) const {
+    if (!force && isatty(fd) == 1) {
         throw Failure(name, "is a terminal; --force writes bytes to it, --output into a file");
     }
-    writer = std::make_unique<TraceWriter>(STDOUT_FILENO);
 }
 
 void Output::openFile(const std::string& path, bool force) {
@@ -71,6 +85,7 @@ void Output::openFile(const std::string& path, bool force) {
     }
     if (exists && !S_ISREG(status.st_mode)) {
         special = std::make_unique<FileDescriptor>(path, O_WRONLY);
+        refuseTerminal(special->get(), force);
         writer = std::make_unique<TraceWriter>(special->get());
         return;
     }
@@ -108,6 +123,17 @@ void Output::commit() {
     guarded([&] { writer->commit(); });
 }
 
+void Output::commitUnlessFailed() {
+    if (session.status() != STATUS_FAILED || session.stopped()) {
+        commit();
+        return;
+    }
+    flush();
+    if (file) {
+        session.note(failureText(name, "not written, as an input could not be read"));
+    }
+}
+
 int Output::readBack() {
     flush();
     const int fd = writer->descriptor();
@@ -132,10 +158,17 @@ void TextOutput::flush() {
         const ssize_t count = ::write(STDOUT_FILENO, rest.data(), rest.size());
         if (count >= 0) {
             rest.remove_prefix(static_cast<size_t>(count));
-        } else if (errno != EINTR) {
+            if (!rest.empty() && session.stopped()) {
+                throw Interrupted();  // it would have waited, had the signal not come
+            }
+        } else if (errno != EINTR && errno != EAGAIN) {
             fail(STANDARD_OUTPUT, errno, systemReason(errno));
         } else if (session.stopped()) {
             throw Interrupted();
+        } else if (errno == EAGAIN) {
+            // Whoever opened the other end wants no waiting, but has no room either.
+            pollfd asked = {STDOUT_FILENO, POLLOUT, 0};
+            poll(&asked, 1, -1);
         }
     }
     buffer.clear();

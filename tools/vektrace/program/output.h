@@ -26,6 +26,9 @@ struct OutputOptions {
 /// Adds --output and --force.
 void addOutput(CLI::App& verb, OutputOptions& options);
 
+/// Whether two outputs are one: the same file, which need not exist yet, or both standard output.
+bool isSameTarget(const std::string& one, const std::string& other);
+
 /// Bytes into a file, or to standard output.
 ///
 /// A file has its name only once commit() returned, and then as a whole. Refused is an output that is
@@ -42,6 +45,9 @@ public:
     void flush();
     /// Throws like write(), and Interrupted when the session was stopped, with no file then.
     void commit();
+    /// Commits unless the session's status is STATUS_FAILED: what could be read is not what was asked
+    /// for then, and what there is goes to standard output only.
+    void commitUnlessFailed();
 
     uint64_t size() const { return writer->size(); }
     /// The file's path, or "standard output".
@@ -53,6 +59,7 @@ public:
 
 private:
     void openStandardOutput(bool force);
+    void refuseTerminal(int fd, bool force) const;
     void openFile(const std::string& path, bool force);
     template <class Step>
     void guarded(const Step& step);

@@ -46,9 +46,10 @@ void appendCalendar(std::string& out, uint64_t seconds, char separator) {
     out[out.size() - sizeof "HH:MM:SS"] = separator;
 }
 
+/// Not within the first day: local time may lie before 1970 there, which is shown as UTC.
 bool toLocal(uint64_t seconds, tm& local) {
     const auto count = static_cast<time_t>(seconds);
-    return count >= 0 && static_cast<uint64_t>(count) == seconds &&
+    return seconds >= SECONDS_PER_DAY && count >= 0 && static_cast<uint64_t>(count) == seconds &&
            localtime_r(&count, &local) != nullptr;
 }
 

@@ -123,7 +123,7 @@ private:
 
     TextOutput& output;
     rapidjson::StringBuffer buffer;
-    JsonLine_t writer;
+    jsonLine_t writer;
 };
 
 template <class Format>

@@ -88,7 +88,7 @@ void Account::finish() {
 
 void writeLedgerLine(Output& ledger, const DamageDone& done) {
     rapidjson::StringBuffer text;
-    JsonLine_t line(text);
+    jsonLine_t line(text);
     line.StartObject();
     addMember(line, "schema", schemaName("damage"));
     addMember(line, "kind", damageName(done.kind));
@@ -134,7 +134,7 @@ std::unique_ptr<Output> openLedger(Session& session, const DamageOptions& option
     if (options.ledger.empty()) {
         return nullptr;
     }
-    if (options.ledger == options.output.path) {
+    if (isSameTarget(options.ledger, options.output.path)) {
         throw UsageError("the ledger and the output are the same file");
     }
     const OutputOptions ledger = {options.ledger, options.output.force};

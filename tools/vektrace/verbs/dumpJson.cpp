@@ -71,7 +71,7 @@ private:
     std::string file;
     std::string scratch;
     rapidjson::StringBuffer buffer;
-    JsonLine_t writer;
+    jsonLine_t writer;
 };
 
 }  // namespace

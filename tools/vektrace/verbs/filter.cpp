@@ -172,10 +172,11 @@ private:
     void readLast() {
         InputOptions again = options.inputs;
         again.paths = inputs.paths();
-        uint64_t before = last.added() - options.last;
+        const uint64_t wanted = std::min<uint64_t>(last.added(), options.last);
+        uint64_t before = last.added() - wanted;
         forEachInput(session, again, [&](Input& input) {
             TraceSpan span;
-            while (records.records() < options.last && input.next(span)) {
+            while (records.records() < wanted && input.next(span)) {
                 if (!span.isRecord() || !selection.wants(span)) {
                     continue;
                 }
@@ -186,6 +187,10 @@ private:
                 }
             }
         });
+        if (records.records() != wanted && !session.stopped()) {
+            throw Failure(output.displayName(),
+                          "not written, as the inputs could not be read a second time");
+        }
     }
 
     const FilterOptions& options;

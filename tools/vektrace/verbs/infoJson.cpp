@@ -102,7 +102,7 @@ private:
 
     TextOutput& output;
     rapidjson::StringBuffer buffer;
-    JsonDocument_t writer;
+    jsonDocument_t writer;
 };
 
 }  // namespace

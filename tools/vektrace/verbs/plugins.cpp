@@ -28,7 +28,7 @@ void writeText(TextOutput& output, const std::vector<LoadedPlugin>& plugins) {
     }
 }
 
-void addPlugin(JsonDocument_t& document, const LoadedPlugin& loaded) {
+void addPlugin(jsonDocument_t& document, const LoadedPlugin& loaded) {
     const Plugin& plugin = loaded.plugin;
     document.StartObject();
     addMember(document, "file", jsonPath(loaded.path));
@@ -48,7 +48,7 @@ void addPlugin(JsonDocument_t& document, const LoadedPlugin& loaded) {
 
 void writeJson(TextOutput& output, const std::vector<LoadedPlugin>& plugins) {
     rapidjson::StringBuffer text;
-    JsonDocument_t document(text);
+    jsonDocument_t document(text);
     document.StartObject();
     addMember(document, "schema", schemaName("plugins"));
     document.Key("plugins");

@@ -24,12 +24,6 @@ struct RecoverOptions {
     ledgerFormat_t ledgerFormat = LEDGER_TEXT;
 };
 
-/// Where neither needs to exist yet.
-std::filesystem::path target(const std::string& path) {
-    std::error_code ignored;
-    return std::filesystem::weakly_canonical(std::filesystem::absolute(path, ignored), ignored);
-}
-
 /// The ledger as the user wants it, if at all.
 class LedgerFile {
 public:
@@ -39,8 +33,8 @@ public:
         if (options.ledger.empty()) {
             return;
         }
-        if (target(options.ledger) == target(options.output.path)) {
-            throw UsageError("recover: --output and --ledger are the same");
+        if (isSameTarget(options.ledger, options.output.path)) {
+            throw UsageError("--output and --ledger are the same");
         }
         // Lines may go to a terminal.
         const OutputOptions outputOptions = {options.ledger,

@@ -83,15 +83,20 @@ std::string prefixOf(const SplitOptions& options, const std::string& path) {
     return options.prefix.empty() ? piecePrefix(path) : options.prefix;
 }
 
+bool endsWithSlash(const std::string& path) { return !path.empty() && path.back() == '/'; }
+
 void checkOptions(const SplitOptions& options, const std::vector<std::string>& paths) {
     if (options.rules != 1) {
-        throw UsageError("split: give one of --size, --count and --time");
+        throw UsageError("give one of --size, --count and --time");
+    }
+    if (options.prefix == "-" || endsWithSlash(options.prefix)) {
+        throw UsageError("--output must name the pieces: it is what their names begin with");
     }
     if (!options.prefix.empty() && paths.size() > 1) {
-        throw UsageError("split: --output is for one input");
+        throw UsageError("--output is for one input");
     }
     if (options.prefix.empty() && std::count(paths.begin(), paths.end(), "-") > 0) {
-        throw UsageError("split: --output must name the pieces of standard input");
+        throw UsageError("--output must name the pieces of standard input");
     }
     std::vector<std::string> prefixes;
     for (const std::string& path : paths) {
@@ -100,7 +105,7 @@ void checkOptions(const SplitOptions& options, const std::vector<std::string>& p
     std::sort(prefixes.begin(), prefixes.end());
     const auto twice = std::adjacent_find(prefixes.begin(), prefixes.end());
     if (twice != prefixes.end()) {
-        throw UsageError("split: the pieces of two inputs would be named " + *twice);
+        throw UsageError("the pieces of two inputs would be named " + *twice);
     }
 }
 
@@ -158,8 +163,10 @@ void addSplit(CLI::App& program, Session& session) {
                              [options, &session] { split(*options, session); });
     verb.footer(DETAILS);
     addInputs(verb, options->inputs);
-    addRule(verb, *options, "--size", "SIZE", PieceRule::MEASURE_BYTES, parseSize,
-            "Pieces of at most so many bytes; a longer record is a piece of its own.");
+    addRule(
+        verb, *options, "--size", "SIZE", PieceRule::MEASURE_BYTES, parseSize,
+        "Pieces of at most so many bytes; a record or a part of a gap that is longer is a piece of "
+        "its own.");
     addRule(verb, *options, "--count", "N", PieceRule::MEASURE_RECORDS, parseCount,
             "Pieces of so many records.");
     addRule(verb, *options, "--time", "DURATION", PieceRule::MEASURE_TIME, parseDuration,
