@@ -18,7 +18,8 @@ class DamageCase(Case):
 
     def damaged(self, *arguments):
         """Status 0, the output and the lines of the ledger."""
-        out = self.run_program("damage", "a.vkt", "--ledger", "ledger", "-f", *arguments, expect=0).out
+        ledger = ("--ledger", "ledger", "--force")
+        out = self.run_program("damage", "a.vkt", *ledger, *arguments, expect=0).out
         return out, [json.loads(line) for line in self.read("ledger").decode().splitlines()]
 
     def redo(self, ledger, output):

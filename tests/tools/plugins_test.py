@@ -1,4 +1,4 @@
-"""Plugins: what is loaded, what is refused before any of its code runs, and whose registry it is."""
+"""Plugins: what is loaded, and what is refused before any of its code runs."""
 
 import json
 import os
@@ -17,7 +17,8 @@ class Listing(PluginCase):
         )
 
     def test_json_tells_the_same(self):
-        result = self.run_program("plugins", "--plugin", plugin("ping"), "--format", "json", expect=0)
+        arguments = ("--plugin", plugin("ping"), "--format", "json")
+        result = self.run_program("plugins", *arguments, expect=0)
         document = json.loads(result.text)
         validator("vektrace.plugins.1").validate(document)
         self.assertEqual(
@@ -39,7 +40,8 @@ class Listing(PluginCase):
     def test_all_plugins_are_listed_in_their_order(self):
         arguments = ["--plugin", plugin("ping"), "--plugin", plugin("ethernet")]
         for order in (arguments + ["plugins"], ["plugins"] + arguments):
-            names = [line.split()[1] for line in self.run_program(*order, expect=0).lines if ":" in line]
+            lines = self.run_program(*order, expect=0).lines
+            names = [line.split()[1] for line in lines if ":" in line]
             self.assertEqual(names, ["ping", "ethernet"])
 
     def test_without_a_plugin_it_says_how_to_name_one(self):
@@ -156,7 +158,8 @@ class Checking(PluginCase):
 
 class Finding(PluginCase):
     def test_nothing_is_loaded_for_a_command_line_that_is_no_use_or_asks_for_help(self):
-        for arguments, status in (["dump", "--nope"], 2), (["dump", "--help"], 0), (["--version"], 0):
+        cases = (["dump", "--nope"], 2), (["dump", "--help"], 0), (["--version"], 0)
+        for arguments, status in cases:
             self.run_program("--plugin", plugin("ping"), *arguments, expect=status)
             self.assertEqual(self.files(), [])
 

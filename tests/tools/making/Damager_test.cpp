@@ -35,8 +35,8 @@ Outcome damage(const DamagePlan& plan, const byteVec_t& input, size_t piece = SI
     return outcome;
 }
 
-/// The plain twin: does what was told, one thing after the other, with what was put in taken from the
-/// output, as it is random.
+/// The plain twin: does what was told, one thing after the other, with what was put in taken from
+/// the output, as it is random.
 byteVec_t redo(const byteVec_t& input, const Outcome& outcome) {
     byteVec_t bytes = input;
     for (const DamageDone& done : outcome.done) {

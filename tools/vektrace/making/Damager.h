@@ -2,9 +2,9 @@
 /// Damages bytes that go by: runs of them are cut out, put in or zeroed, and single ones changed.
 ///
 /// What happens where depends on the plan and the number of bytes alone, not on the bytes or on the
-/// pieces in which they come. The input is divided into as many equal parts as there are runs; every
-/// part has one, of a random kind, length and place. So runs never meet, and none is lost. The single
-/// bytes that are changed are drawn, all with the same chance, from those that no run takes.
+/// pieces in which they come. The input is divided into as many equal parts as there are runs, and
+/// every part has one, of a random kind, length and place: so runs never meet, and none is lost.
+/// The single bytes to change are drawn, all with the same chance, from those that no run takes.
 #pragma once
 
 #include <functional>
@@ -33,8 +33,9 @@ enum damage_t : int { DAMAGE_CHANGE, DAMAGE_CUT, DAMAGE_INSERT, DAMAGE_ZERO };
 /// "change", "cut", "insert", "zero".
 const char* damageName(damage_t kind);
 
-/// One thing that was done. Both offsets are of its first byte; of bytes that were cut out the output
-/// has none, and the offset there is of the byte behind them. Likewise for inserted ones in the input.
+/// One thing that was done. Both offsets are of its first byte; of bytes that were cut out the
+/// output has none, and the offset there is of the byte behind them. Likewise for inserted ones in
+/// the input.
 struct DamageDone {
     damage_t kind;
     uint64_t inputOffset;

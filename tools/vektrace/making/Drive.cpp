@@ -29,7 +29,7 @@ Drive::Drive(const DrivePlan& _plan) : plan(_plan), random(plan.seed, 0) {
 
 bool Drive::next(byteVec_t& trace) {
     const size_t before = trace.size();
-    while (phase != OVER && trace.size() == before) {
+    while (phase != PHASE_OVER && trace.size() == before) {
         step(trace);
     }
     return trace.size() != before;
@@ -37,31 +37,31 @@ bool Drive::next(byteVec_t& trace) {
 
 void Drive::step(byteVec_t& trace) {
     switch (phase) {
-        case STARTUP:
+        case PHASE_STARTUP:
             appendHeaderOnly(trace, MSGID_STARTUP);
             elapsed = BOOT;
-            phase = LOGGING_STARTED;
+            phase = PHASE_LOGGING_STARTED;
             break;
-        case LOGGING_STARTED:
+        case PHASE_LOGGING_STARTED:
             appendHeaderOnly(trace, MSGID_DATALOGGINGSTARTED);
-            phase = DRIVING;
+            phase = PHASE_DRIVING;
             break;
-        case DRIVING:
+        case PHASE_DRIVING:
             drive(trace);
             break;
-        case FINISHING:
+        case PHASE_FINISHING:
             finish(trace);
             break;
-        case LOGGING_STOPPED:
+        case PHASE_LOGGING_STOPPED:
             appendHeaderOnly(trace, MSGID_DATALOGGINGSTOPPED);
             elapsed += HALT;
-            phase = SHUTDOWN;
+            phase = PHASE_SHUTDOWN;
             break;
-        case SHUTDOWN:
+        case PHASE_SHUTDOWN:
             appendHeaderOnly(trace, MSGID_SHUTDOWN);
-            phase = OVER;
+            phase = PHASE_OVER;
             break;
-        case OVER:
+        case PHASE_OVER:
             break;
     }
 }
@@ -74,7 +74,7 @@ void Drive::drive(byteVec_t& trace) {
     DriveSource& source = sources[turn.source];
     const size_t length = source.drawLength(random);
     if (!hasRoom(length, turn.time)) {
-        phase = FINISHING;
+        phase = PHASE_FINISHING;
         return;
     }
     std::pop_heap(turns.begin(), turns.end(), std::greater<>());
@@ -92,7 +92,7 @@ void Drive::finish(byteVec_t& trace) {
         return;
     }
     if (!happen(trace, UINT64_MAX)) {
-        phase = LOGGING_STOPPED;
+        phase = PHASE_LOGGING_STOPPED;
     }
 }
 

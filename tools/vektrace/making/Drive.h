@@ -7,9 +7,9 @@
 /// nobody can decode: a TRIGGERCLEAR that carries bytes.
 ///
 /// The bytes depend on the plan alone: they are the same on every machine. Payloads are opaque
-/// bytes of plausible lengths, for their layouts are not defined here. Those of Ethernet records are
-/// laid out like those of the example class in examples/ethernet/, so that its plugin has something
-/// to show.
+/// bytes of plausible lengths, for their layouts are not defined here. Those of Ethernet records
+/// are laid out like those of the example class in examples/ethernet/, so that its plugin has
+/// something to show.
 #pragma once
 
 #include "tools/vektrace/making/DriveSource.h"
@@ -40,13 +40,13 @@ public:
 
 private:
     enum phase_t : int {
-        STARTUP,
-        LOGGING_STARTED,
-        DRIVING,
-        FINISHING,
-        LOGGING_STOPPED,
-        SHUTDOWN,
-        OVER,
+        PHASE_STARTUP,
+        PHASE_LOGGING_STARTED,
+        PHASE_DRIVING,
+        PHASE_FINISHING,
+        PHASE_LOGGING_STOPPED,
+        PHASE_SHUTDOWN,
+        PHASE_OVER,
     };
 
     /// When a source sends next. Those that do so at once take turns in their order.
@@ -85,7 +85,7 @@ private:
     Event undecodable;
     std::vector<DriveSource> sources;
     std::vector<Turn> turns;  ///< a heap, the earliest on top
-    phase_t phase = STARTUP;
+    phase_t phase = PHASE_STARTUP;
     uint64_t elapsed = 0;  ///< microseconds of the drive, whatever the clock was set to
     uint64_t setBack = 0;  ///< microseconds
     uint64_t written = 0;

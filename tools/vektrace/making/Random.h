@@ -21,7 +21,8 @@ public:
 
     uint64_t next() { return mix(state += INCREMENT); }
 
-    /// From 0 to `bound` - 1; `bound` is not 0. Values differ in frequency by less than bound / 2^64.
+    /// From 0 to `bound` - 1; `bound` is not 0. Values differ in frequency by less than bound /
+    /// 2^64.
     uint64_t below(uint64_t bound) { return highProduct(next(), bound); }
     /// From `first` to `last`, both included; the distance is below 2^64 - 1.
     uint64_t between(uint64_t first, uint64_t last) { return first + below(last - first + 1); }

@@ -14,15 +14,16 @@ namespace vek::program {
 
 class SizedInput {
 public:
-    /// "-" is standard input, from where it stands. What is no regular file is first copied into one
-    /// without a name, in the folder that TMPDIR names. Throws Failure, and Interrupted when the
-    /// session was stopped.
+    /// "-" is standard input, from where it stands. What is no regular file is first copied into
+    /// one without a name, in the folder that TMPDIR names. Throws Failure, and Interrupted when
+    /// the session was stopped.
     SizedInput(Session& session, const std::string& path);
 
     uint64_t size() const { return total; }
 
     /// Replaces `piece` by the bytes that come next. False behind the last one. Throws like the
-    /// constructor, also for a file that has become shorter; what has been added to one is left out.
+    /// constructor, also for a file that has become shorter; what has been added to one is left
+    /// out.
     bool read(byteVec_t& piece);
 
 private:

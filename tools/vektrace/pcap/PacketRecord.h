@@ -14,8 +14,9 @@ struct PacketRecord {
     timeStamp_t time;
 };
 
-/// What the packet is, or nothing where it is no whole record. The bytes of some can be read with and
-/// without a marker: then it is what has the packet's time, and one with a marker rather than not.
+/// What the packet is, or nothing where it is no whole record. The bytes of some can be read with
+/// and without a marker: then it is what has the packet's time, and one with a marker rather than
+/// not.
 std::optional<PacketRecord> recordOf(const Packet& packet);
 
 }  // namespace vek::program

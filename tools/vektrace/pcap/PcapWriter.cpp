@@ -37,7 +37,8 @@ bool PcapWriter::canHold(timeStamp_t time) {
 
 void PcapWriter::write(timeStamp_t time, const uint8_t* data, size_t length) {
     pcap_pkthdr header = {};
-    // libpcap writes the low 32 bits, also where the type here is signed and has no more than these.
+    // libpcap writes the low 32 bits, also where the type here is signed and has no more than
+    // these.
     header.ts.tv_sec = static_cast<decltype(header.ts.tv_sec)>(time / MICROSECONDS_PER_SECOND);
     header.ts.tv_usec = static_cast<decltype(header.ts.tv_usec)>(time % MICROSECONDS_PER_SECOND);
     header.caplen = static_cast<bpf_u_int32>(length);

@@ -86,7 +86,8 @@ std::string textOf(const char (&field)[LENGTH], const char* what) {
 
 Plugin describePlugin(const byteVec_t& bytes) {
     TracePluginInfo info = {};
-    std::memcpy(&info, bytes.data(), std::min(bytes.size(), sizeof info));
+    std::copy_n(bytes.begin(), std::min(bytes.size(), sizeof info),
+                reinterpret_cast<uint8_t*>(&info));
     if (std::memcmp(info.magic, TRACE_PLUGIN_MAGIC, sizeof info.magic) != 0) {
         throw PluginError(std::string("its ") + INFO + " is not a plugin's");
     }

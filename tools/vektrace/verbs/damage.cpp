@@ -38,35 +38,27 @@ private:
     /// More lines than that are of no use to a reader.
     static constexpr uint64_t MAX_LINES = 50;
 
-    struct Sum {
-        uint64_t times = 0;
-        uint64_t bytes = 0;
-    };
-
     Session& session;
     const std::string name;
-    Sum sums[DAMAGE_ZERO + 1];
+    uint64_t bytes[DAMAGE_ZERO + 1] = {};  ///< by kind
     uint64_t told = 0;
     uint64_t untold = 0;
 };
 
+/// "5 bytes cut out".
+std::string describe(damage_t kind, uint64_t bytes) {
+    static constexpr const char* WHAT[] = {"changed", "cut out", "put in", "zeroed"};
+    return fmt::format("{} {}", countText(bytes, "byte"), WHAT[kind]);
+}
+
 std::string describe(const DamageDone& done) {
-    switch (done.kind) {
-        case DAMAGE_CHANGE:
-            return fmt::format("changed from 0x{:02x} to 0x{:02x}", done.before, done.after);
-        case DAMAGE_CUT:
-            return fmt::format("{} bytes cut out", done.length);
-        case DAMAGE_INSERT:
-            return fmt::format("{} bytes put in before it", done.length);
-        case DAMAGE_ZERO:
-            return fmt::format("{} bytes zeroed", done.length);
-    }
-    return {};
+    return done.kind == DAMAGE_CHANGE
+               ? fmt::format("changed from 0x{:02x} to 0x{:02x}", done.before, done.after)
+               : describe(done.kind, done.length);
 }
 
 void Account::add(const DamageDone& done) {
-    ++sums[done.kind].times;
-    sums[done.kind].bytes += done.length;
+    bytes[done.kind] += done.length;
     if (quiet || told == MAX_LINES) {
         ++untold;
     } else {
@@ -79,11 +71,13 @@ void Account::finish() {
     if (untold != 0 && !quiet) {
         session.note(fmt::format("{}: and {} more, all of which --ledger lists", name, untold));
     }
-    session.note(fmt::format(
-        "{}: {} bytes changed, {} cut out in {} runs, {} put in in {} runs, {} zeroed in {} runs",
-        name, sums[DAMAGE_CHANGE].bytes, sums[DAMAGE_CUT].bytes, sums[DAMAGE_CUT].times,
-        sums[DAMAGE_INSERT].bytes, sums[DAMAGE_INSERT].times, sums[DAMAGE_ZERO].bytes,
-        sums[DAMAGE_ZERO].times));
+    std::string text;
+    for (const damage_t kind : {DAMAGE_CHANGE, DAMAGE_CUT, DAMAGE_INSERT, DAMAGE_ZERO}) {
+        if (bytes[kind] != 0) {
+            text += (text.empty() ? "" : ", ") + describe(kind, bytes[kind]);
+        }
+    }
+    session.note(failureText(name, text.empty() ? "copied as it is" : text));
 }
 
 void writeLedgerLine(Output& ledger, const DamageDone& done) {
