@@ -220,7 +220,8 @@ public:
     /// identifier that has a creator keeps it: to replace it, remove it first.
     static bool registerMessage(msgid_t _msgid, pCreatorFunction _func);
 
-    /// Registers the ten message types of SimpleMessage.h; may be called again without harm.
+    /// Registers the ten message types of SimpleMessage.h; may be called again without harm, also
+    /// after a call that ran out of memory.
     static void registerMessages();
 
     /// Decodes one record. `psrc` is its size field (a sync marker has been stripped before), `len`
@@ -362,7 +363,7 @@ public:
     uint16_t getInvalidEnumValue() const { return invalidEnumValue; }
     const std::string& getInvalidEnumDescription() const { return enumDescription; }
     /// Also sets the cause to IM_INVALID_ENUM_VALUE. `text` is anything that can be assigned to a
-    /// string.
+    /// string; when there is no memory for it, only the value has changed.
     template <class S>
     void setInvalidEnumValue(uint16_t value, S&& text) {
         invalidEnumValue = value;

@@ -10,12 +10,16 @@ namespace allocations {
 
 inline long made = 0;
 inline long alive = 0;
+inline long failed = 0;
 /// How many more succeed before one fails; below 0: all succeed.
 inline long untilFailure = -1;
+/// Whether all behind the one that fails fail too.
+inline bool failsFromThenOn = false;
 
 inline void* allocate(size_t size) {
     if (untilFailure == 0) {
-        untilFailure = -1;
+        untilFailure = failsFromThenOn ? 0 : -1;
+        ++failed;
         throw std::bad_alloc();
     }
     if (untilFailure > 0) {
