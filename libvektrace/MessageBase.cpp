@@ -126,11 +126,12 @@ size_t recordLength(size_t size, bool sync) {
     return SIZE_FIELD_LENGTH + size + (sync ? SYNC_MARKER_LENGTH : 0);
 }
 
-/// For a size that no usual class reports: false, with the error line, when it is refused. Else the
-/// class reports less than a header, and gets memory for one: the base writes a header all the same,
-/// and that must not be memory of others.
-[[gnu::cold, gnu::noinline]] bool makeRoomForOddSize(byteVec_t& buffer, size_t size, bool sync,
-                                                     bool append) {
+/// For a message that may write more than it reports: false, with the error line, when its size is
+/// refused. Else there is memory for all that is written, since that must not be memory of others:
+/// the base writes a header whatever the size, and an invalid message its rawData behind it.
+[[gnu::cold, gnu::noinline]] bool makeRoomForOddMessage(byteVec_t& buffer,
+                                                        const MessageBase& message, size_t size,
+                                                        bool sync, bool append) {
     if (size > MAX_SIZE) {
         reportError("[ERROR] Message size too big");
         return false;
@@ -139,7 +140,12 @@ size_t recordLength(size_t size, bool sync) {
         reportError("[ERROR] Message size too small");
         return false;
     }
-    buffer.reserve((append ? buffer.size() : 0) + recordLength(HEADER_SIZE, sync));
+    const size_t behindHeader =
+        message.getMessageId() == MSGID_INVALID ? message.rawData.size() : 0;
+    if (HEADER_SIZE + behindHeader > size) {
+        buffer.reserve((append ? buffer.size() : 0) +
+                       recordLength(HEADER_SIZE + behindHeader, sync));
+    }
     return true;
 }
 
@@ -163,8 +169,8 @@ void appendZeros(byteVec_t& buffer, size_t count) {
 [[gnu::flatten]] size_t MessageBase::createByteArray(byteVec_t& _buffer, bool _sync,
                                                      bool _append) const {
     const size_t size = getSize();
-    const bool odd = size < HEADER_SIZE || size > MAX_SIZE;
-    if (odd && !makeRoomForOddSize(_buffer, size, _sync, _append)) {
+    const bool odd = size < HEADER_SIZE || size > MAX_SIZE || msgid == MSGID_INVALID;
+    if (odd && !makeRoomForOddMessage(_buffer, *this, size, _sync, _append)) {
         return 0;
     }
     if (!_append) {

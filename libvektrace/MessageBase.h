@@ -124,7 +124,9 @@ public:
     /// or moved, when `buflen` is below the low 16 bits of getSize() plus 2. That test is all there
     /// is, which is meant: where it passes, 14 bytes are written, 16 with `sync`. So with `sync` the
     /// caller provides 2 bytes more, and a class whose size, cut to 16 bits, is below 12 must not
-    /// call this with less room than that.
+    /// call this with less room than that. An InvalidMessage copies its rawData besides, behind the
+    /// header or, when that is refused, to `pdest`, without any test; who fills rawData provides
+    /// that room as well. createByteArray always has enough.
     virtual size_t writeToByteArray(uint8_t*& pdest, size_t buflen, bool sync) const;
 
     /// Number of bytes that follow the size field: 12 here; an override adds its payload's length.
@@ -169,6 +171,8 @@ public:
     /// Encodes the whole record through writeToByteArray into `_buffer`, behind its contents or,
     /// without `_append`, in their place, and returns what that call returns. Bytes that the
     /// encoder leaves out are 0; when it returns 0 the vector keeps its new length.
+    /// What the base and an InvalidMessage write beyond the reported size stays in the vector's
+    /// memory, behind its end.
     ///
     /// Returns 0 and leaves `_buffer` untouched, after one line on the standard error stream, when
     /// getSize() is above 65540 or the record would be shorter than 12 bytes, marker included. A
