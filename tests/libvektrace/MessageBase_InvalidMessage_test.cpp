@@ -266,6 +266,26 @@ TEST(InvalidMessage, CreateByteArrayYieldsAWellFramedRecordOfZeroes) {
     EXPECT_EQ(record.size(), 18u + 20u);
 }
 
+// ---- The creator -------------------------------------------------------------------------------
+
+// A private member's address may be named in an explicit instantiation.
+template <auto creator>
+struct RevealCreator {
+    friend pCreatorFunction privateCreator() { return creator; }
+};
+pCreatorFunction privateCreator();
+template struct RevealCreator<&InvalidMessage::readFromByteArray>;
+
+TEST(InvalidMessage, ItsPrivateCreatorMakesOneOfTheSameBytes) {
+    const byteVec_t record = bytes(RECORD);
+    const std::unique_ptr<MessageBase> message(privateCreator()(record.data(), record.size()));
+    const auto& invalid = dynamic_cast<const InvalidMessage&>(*message);
+    EXPECT_EQ(invalid.getOriginalMsgId(), 0xab5);
+    EXPECT_EQ(message->getTimeStamp(), 0x0102030405060708u);
+    EXPECT_EQ(hex(invalid.getRawData()), "AA BB");
+    EXPECT_EQ(invalid.getCause(), IM_INVALID_MSGID);
+}
+
 // ---- Layout ------------------------------------------------------------------------------------
 
 // A private member's address may be named in an explicit instantiation; that is how the order of
