@@ -11,6 +11,7 @@
 #include "libvektrace/MessageBase.h"
 #include "libvektrace/SimpleMessage.h"
 #include "support/GuardedBuffer.h"
+#include "support/Settings.h"
 #include "support/hex.h"
 #include "support/virtualSlot.h"
 
@@ -264,6 +265,17 @@ TEST(InvalidMessage, CreateByteArrayYieldsAWellFramedRecordOfZeroes) {
     EXPECT_EQ(record.size(), size_t{2} + MessageBase::getMessageSize(record.data()));
     EXPECT_EQ(build(bytes(RECORD)).createByteArray(record, true, true), 16u);
     EXPECT_EQ(record.size(), 18u + 20u);
+}
+
+TEST(InvalidMessage, EncodesUpToTheLimitForAllMessagesAndNoFurther) {
+    const CapturedErrors errors;
+    byteVec_t record;
+    EXPECT_EQ(withPayload(65526).createByteArray(record, false, false), 65540u);
+    EXPECT_EQ(record.size(), 65542u);
+    EXPECT_EQ(errors.str(), "");
+    EXPECT_EQ(withPayload(65527).createByteArray(record, false, false), 0u);
+    EXPECT_EQ(record.size(), 65542u);
+    EXPECT_EQ(errors.str(), "[ERROR] Message size too big\n");
 }
 
 // ---- The creator -------------------------------------------------------------------------------
