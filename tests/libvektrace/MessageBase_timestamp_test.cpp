@@ -175,6 +175,20 @@ TEST(TimestampText, LocalTimeFollowsTheChangeOfTheClocks) {
     EXPECT_EQ(configurable(1792890000000000, LOCAL, 0), "2026-10-25 02:00:00");
 }
 
+TEST(TimestampText, EveryFixedFormIsUtcInAnyZone) {
+    const TimeZone zone("CET-1CEST,M3.5.0,M10.5.0/3");
+    const char* const text = "2009-02-13 23:31:30.123456";
+    TestMessage message(MSGID_CAN, 1234567890123456);
+    std::ostringstream os;
+    MessageBase::printTimestamp(os, 1234567890123456);
+    message.printTimestamp(os << '|');
+    os << '|' << message;
+    EXPECT_EQ(os.str(), std::string(text) + '|' + text + '|' + text);
+    EXPECT_EQ(MessageBase::printTimestamp(1234567890123456), text);
+    EXPECT_EQ(message.printTimestamp(), text);
+    EXPECT_EQ(message.MessageBase::toString(), text);
+}
+
 TEST(TimestampText, NoZoneOffsetIsKeptBetweenCalls) {
     for (int i = 0; i < 2; ++i) {
         const TimeZone east("<+05>-5");

@@ -1,0 +1,359 @@
+#!/usr/bin/env python3
+"""Tells how many faults the tests would notice: mutate.py [--seconds N | --whole] [OPTION...]
+
+One operator, constant, condition or statement of the libraries is changed at a time, in a copy.
+What the change concerns is compiled, and the tests are run until one fails: the mutant is killed.
+One that hangs is killed too; one that does not compile does not count. Those that survive must
+stand in survivors.txt with the reason why no test can tell.
+
+Fails when fewer than 95 % are killed, when a survivor is not explained, or when survivors.txt
+explains what is not there.
+"""
+
+import argparse
+import os
+import random
+import resource
+import shutil
+import signal
+import subprocess
+import sys
+import time
+from collections import Counter
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+from mutants import mutants_of
+
+ROOT = Path(__file__).resolve().parents[2]
+WORK = ROOT / "build" / "mutation"
+SURVIVORS = Path(__file__).resolve().with_name("survivors.txt")
+MUST_KILL = 0.95
+TEST_TIMEOUT = 30  # seconds, of which a test program takes less than five
+COMPILE_TIMEOUT = 120
+
+MESSAGE_LIBRARIES = ["libvekutil", "libvektrace"]
+STREAM_LIBRARY = "libvekstream"
+
+# What a test program is made of beside its own source.
+MORE_SOURCES = {
+    "SimpleMessage_test": ["tests/libvektrace/SimpleMessage_user.cpp"],
+    "MessageBase_exhaustion_test": ["examples/ethernet/EthernetMessage.cpp"],
+    "TraceReader_compressed_test": [
+        "tests/libvekstream/TraceReader_gzip_test.cpp",
+        "tests/libvekstream/TraceReader_zstd_test.cpp",
+    ],
+}
+# They are a part of another program, or build the library in another way.
+NO_PROGRAMS = ["TraceReader_gzip_test", "TraceReader_zstd_test", "TraceReader_plain_test"]
+NO_UNITS = ["noGzip.cpp", "noZstd.cpp"]
+# What takes long and finds nothing that the others leave.
+NO_TESTS = "-*ThreeBytes*:*Million*:Comparison.EveryIdentifier*:Comparison.EveryInput*"
+
+COMPILER = ["c++", "-std=c++17", "-O0", "-w", "-fPIC", "-D_GLIBCXX_ASSERTIONS", "-D_FILE_OFFSET_BITS=64"]
+COMPILER += [f'-DDOCUMENTS="{ROOT}/docs"']
+LINKED = ["-lgtest_main", "-lgtest", "-pthread"]
+# Compiled once: what every unit or test includes of others.
+PREAMBLE = """#include <gtest/gtest.h>
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <iomanip>
+#include <iostream>
+#include <list>
+#include <locale>
+#include <memory>
+#include <optional>
+#include <random>
+#include <sstream>
+#include <thread>
+#include <unordered_map>
+"""
+
+
+def run(command, seconds, **options):
+    """Whether a command succeeds in time; ends what it has started."""
+
+    def limit():
+        resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+        resource.setrlimit(resource.RLIMIT_AS, (8 << 30, 8 << 30))
+
+    process = subprocess.Popen(
+        command,
+        stdin=subprocess.DEVNULL,
+        stdout=subprocess.DEVNULL,
+        stderr=options.pop("stderr", subprocess.DEVNULL),
+        start_new_session=True,
+        preexec_fn=limit,
+        cwd=WORK,
+        **options,
+    )
+    try:
+        return process.wait(seconds) == 0
+    except subprocess.TimeoutExpired:
+        return False
+    finally:
+        try:
+            os.killpg(process.pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
+        process.wait()
+
+
+class Unit:
+    """One source and its object."""
+
+    def __init__(self, source):
+        self.source = source
+        self.object = WORK / "objects" / (source.replace("/", "_") + ".o")
+
+    def compile(self, target, overlay=None, **options):
+        source, include = ROOT / self.source, []
+        if overlay:
+            include = ["-I", str(overlay)]
+            source = overlay / self.source if (overlay / self.source).exists() else source
+        command = COMPILER + include + ["-I", str(ROOT), "-I", str(ROOT / "tests")]
+        command += ["-iquote", str((ROOT / self.source).parent), "-include", "preamble.h"]
+        command += ["-MD", "-MF", f"{target}.d", "-c", str(source), "-o", str(target)]
+        return run(command, COMPILE_TIMEOUT, **options)
+
+    def depends_on(self):
+        listed = Path(f"{self.object}.d").read_text(encoding="utf-8").replace("\\\n", " ")
+        return {Path(os.path.normpath(WORK / name)) for name in listed.split(":", 1)[1].split()}
+
+    def is_current(self):
+        try:
+            made = self.object.stat().st_mtime
+            return all(name.stat().st_mtime <= made for name in self.depends_on())
+        except OSError:
+            return False
+
+    def includes(self, path):
+        return ROOT / path in self.depends_on()
+
+
+class Program:
+    """A test program, linked with the library under test."""
+
+    def __init__(self, source):
+        self.name = Path(source).stem
+        self.units = [Unit(name) for name in [source] + MORE_SOURCES.get(self.name, [])]
+        self.file = WORK / "programs" / self.name
+        self.seconds = 0.0
+
+    def link(self, target, objects, library, extra):
+        command = ["c++", "-o", str(target), *map(str, objects), str(library), *extra, *LINKED]
+        return run(command, COMPILE_TIMEOUT, stderr=None)
+
+    def passes(self, file, library):
+        environment = dict(os.environ, LD_LIBRARY_PATH=str(library.parent))
+        arguments = ["--gtest_fail_fast", f"--gtest_filter={NO_TESTS}"]
+        return run([str(file), *arguments], TEST_TIMEOUT, env=environment)
+
+
+class Subject:
+    """The libraries under test, with all that tests them."""
+
+    def __init__(self, libraries, only):
+        self.libraries = libraries
+        stream = STREAM_LIBRARY in libraries
+        linked = MESSAGE_LIBRARIES + ([STREAM_LIBRARY] if stream else [])
+        self.extra = ["-lz", "-lzstd"] if stream else []
+        self.units = [
+            Unit(name) for name in self.sources(linked, "*.cpp") if Path(name).name not in NO_UNITS
+        ]
+        tests = [f"tests/{library}" for library in libraries]
+        self.programs = [
+            Program(name)
+            for name in self.sources(tests, "*_test.cpp")
+            if Path(name).stem not in NO_PROGRAMS
+        ]
+        self.kills = Counter()
+        self.mutants = [
+            mutant
+            for pattern in ("*.h", "*.cpp")
+            for path in self.sources(libraries, pattern)
+            if not only or any(part in path for part in only)
+            for mutant in mutants_of(path, (ROOT / path).read_text(encoding="utf-8"))
+        ]
+
+    @staticmethod
+    def sources(folders, pattern):
+        found = [path for folder in folders for path in (ROOT / folder).rglob(pattern)]
+        return sorted(str(path.relative_to(ROOT)) for path in found)
+
+    # ---- As it is ------------------------------------------------------------------------------
+
+    def build(self, jobs):
+        """Compiles what is not current, and makes sure that all tests pass."""
+        for folder in ("objects", "programs", "library", "mutant"):
+            (WORK / folder).mkdir(parents=True, exist_ok=True)
+        preamble = WORK / "preamble.h"
+        if not preamble.exists() or preamble.read_text(encoding="utf-8") != PREAMBLE:
+            preamble.write_text(PREAMBLE, encoding="utf-8")
+            command = COMPILER + ["-x", "c++-header", str(preamble), "-o", f"{preamble}.gch"]
+            if not run(command, COMPILE_TIMEOUT, stderr=None):
+                sys.exit("the preamble does not compile")
+        units = self.units + [unit for program in self.programs for unit in program.units]
+        with ThreadPoolExecutor(jobs) as pool:
+            stale = [unit for unit in units if not unit.is_current()]
+            if not all(pool.map(lambda unit: unit.compile(unit.object, stderr=None), stale)):
+                sys.exit("the tests do not compile")
+        self.library = WORK / "library" / "libsubject.so"
+        if not self.link([unit.object for unit in self.units], self.library):
+            sys.exit("the library cannot be linked")
+        for program in self.programs:
+            objects = [unit.object for unit in program.units]
+            if not program.link(program.file, objects, self.library, self.extra):
+                sys.exit(f"{program.name} cannot be linked")
+            began = time.monotonic()
+            if not program.passes(program.file, self.library):
+                sys.exit(f"{program.name} fails without any change")
+            program.seconds = time.monotonic() - began
+
+    def link(self, objects, target):
+        command = ["c++", "-shared", "-Wl,-soname,libsubject.so", "-o", str(target)]
+        return run(command + [str(name) for name in objects] + self.extra, COMPILE_TIMEOUT)
+
+    # ---- Changed -------------------------------------------------------------------------------
+
+    def objects(self, units, path, overlay, folder):
+        """The objects of units, compiled anew where the change concerns them; None if one cannot."""
+        result = []
+        for unit in units:
+            target = unit.object
+            if unit.source == path or unit.includes(path):
+                target = folder / unit.object.name
+                if not unit.compile(target, overlay):
+                    return None
+            result.append(target)
+        return result
+
+    def order(self, path):
+        """The programs, those first that have killed the source's mutants or are named like it."""
+
+        def rank(program):
+            alike = program.name.startswith(Path(path).stem)
+            return -self.kills[path, program.name], not alike, program.seconds
+
+        return sorted(self.programs, key=rank)
+
+    def judge(self, mutant):
+        """'not viable', 'killed' or 'survived', and the program that killed it."""
+        folder = WORK / "mutant"
+        overlay = folder / "overlay"
+        shutil.rmtree(folder)
+        (overlay / mutant.path).parent.mkdir(parents=True)
+        source = (ROOT / mutant.path).read_text(encoding="utf-8")
+        (overlay / mutant.path).write_text(mutant.apply(source), encoding="utf-8")
+        objects = self.objects(self.units, mutant.path, overlay, folder)
+        library = folder / "libsubject.so"
+        if objects is None or not self.link(objects, library):
+            return "not viable", None
+        for program in self.order(mutant.path):
+            objects = self.objects(program.units, mutant.path, overlay, folder)
+            if objects is None:
+                return "not viable", None
+            file = program.file
+            if objects != [unit.object for unit in program.units]:
+                file = folder / program.name
+                if not program.link(file, objects, library, self.extra):
+                    return "not viable", None
+            if not program.passes(file, library):
+                self.kills[mutant.path, program.name] += 1
+                return "killed", program.name
+        return "survived", None
+
+
+def read_survivors():
+    """The explained ones: of each block the file, the line, the change; the rest is the reason."""
+    explained = {}
+    for block in SURVIVORS.read_text(encoding="utf-8").split("\n\n"):
+        lines = [line.strip() for line in block.splitlines() if not line.startswith("#")]
+        if not lines:
+            continue
+        if len(lines) < 4:
+            sys.exit(f"{SURVIVORS.name}: a block without a reason: {lines}")
+        path, line = lines[:2]
+        for change in lines[2].split("; "):
+            explained[path, line, change] = " ".join(lines[3:])
+    return explained
+
+
+def sample(mutants, arguments):
+    """All, or some until the time is over."""
+    if arguments.whole:
+        yield from mutants
+        return
+    mutants = list(mutants)
+    random.Random(arguments.seed).shuffle(mutants)
+    end = time.monotonic() + arguments.seconds
+    for mutant in mutants:
+        if time.monotonic() > end:
+            return
+        yield mutant
+
+
+def report(results, total):
+    """Prints a line per source and one for all; returns the share of killed ones."""
+    print(f"{'':44}{'mutants':>8}{'viable':>8}{'killed':>8}{'share':>8}")
+    rows = {}
+    for mutant, result in results:
+        rows.setdefault(mutant.path, Counter())[result] += 1
+    rows["all"] = sum(rows.values(), Counter())
+    for path, counts in rows.items():
+        viable = counts["killed"] + counts["survived"]
+        share = counts["killed"] / viable if viable else 1
+        tried = sum(counts.values())
+        print(f"{path:44}{tried:8}{viable:8}{counts['killed']:8}{share:8.1%}")
+    print(f"{len(results)} of {total} mutants tried")
+    return share
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--seconds", type=int, default=240, help="time for a sample (240)")
+    parser.add_argument("--whole", action="store_true", help="every mutant, however long it takes")
+    parser.add_argument("--seed", type=int, default=1, help="which sample (1)")
+    parser.add_argument("--jobs", type=int, default=2, help="for what is compiled at first (2)")
+    parser.add_argument("--library", choices=[STREAM_LIBRARY], help="this one instead")
+    parser.add_argument("--only", action="append", metavar="PART", help="sources named like this")
+    parser.add_argument("--list", action="store_true", help="name the mutants and do nothing")
+    arguments = parser.parse_args()
+
+    libraries = [arguments.library] if arguments.library else MESSAGE_LIBRARIES
+    subject = Subject(libraries, arguments.only)
+    if arguments.list:
+        for mutant in subject.mutants:
+            print(f"{mutant.path}:{mutant.number}: {mutant.change}: {mutant.line}")
+        return 0
+    explained = read_survivors()
+    subject.build(arguments.jobs)
+
+    results, wrong = [], []
+    for mutant in sample(subject.mutants, arguments):
+        result, program = subject.judge(mutant)
+        results.append((mutant, result))
+        if result == "survived" and mutant.key not in explained:
+            wrong.append(f"survived: {mutant.path}:{mutant.number}: {mutant.change}: {mutant.line}")
+            print(wrong[-1], flush=True)
+        elif result == "killed" and mutant.key in explained:
+            wrong.append(f"killed by {program}, but explained: {' | '.join(mutant.key)}")
+            print(wrong[-1], flush=True)
+    existing = {mutant.key for mutant in subject.mutants}
+    for key in explained:
+        if key not in existing and key[0].startswith(tuple(libraries)) and not arguments.only:
+            wrong.append(f"explained, but no mutant: {' | '.join(key)}")
+            print(wrong[-1])
+    if not results:
+        sys.exit("no mutant was tried")
+    share = report(results, len(subject.mutants))
+    if share < MUST_KILL:
+        print(f"fewer than {MUST_KILL:.0%} are killed", file=sys.stderr)
+    if wrong:
+        print(f"{len(wrong)} survivors are not as survivors.txt says", file=sys.stderr)
+    return 1 if wrong or share < MUST_KILL else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
