@@ -1,5 +1,7 @@
 #include "libvekstream/RecordScanner.h"
 
+#include <algorithm>
+
 #include "libvekstream/detail/ChainSearch.h"
 #include "libvekstream/detail/framingRules.h"
 

@@ -11,6 +11,8 @@
 /// Threads: one scanner is used by one thread at a time.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 
 #include "libvekstream/TraceSpan.h"
@@ -22,8 +24,9 @@ enum framing_t : int {
     FRAMING_UNMARKED = 2,
 };
 
-/// What becomes of a marked record in which whole marked records stand, at least two, of which the
-/// last ends where it ends. Either its size field is damaged, or it really carries them.
+/// What becomes of a marked record in which whole marked records follow each other: at least two, of
+/// which the last ends where it ends, or at least eight. Either its size field is damaged, or it
+/// really carries them.
 enum sizeRule_t : int {
     RULE_TRUST_SIZES = 0,   ///< it is a record: for reading
     RULE_PREFER_CHAIN = 1,  ///< they are records, and it is a gap: for recovery

@@ -17,6 +17,9 @@
 /// plugins, which are linked without it: their references to it stay open until they are loaded.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+
 #include "libvektrace/MessageBase.h"
 
 /// Another number where what stands here, or the interface of libvektrace, is no longer the same.

@@ -1,6 +1,7 @@
 #include "libvekstream/messageName.h"
 
 #include <algorithm>
+#include <iterator>
 
 // An enumerator without a name is an error, in every build.
 #pragma GCC diagnostic error "-Wswitch"

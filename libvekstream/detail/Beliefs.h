@@ -4,6 +4,8 @@
 #pragma once
 
 #include <bitset>
+#include <cstddef>
+#include <cstdint>
 
 #include "libvekstream/messageName.h"
 #include "libvektrace/MessageBase.h"

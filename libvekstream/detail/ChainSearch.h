@@ -2,7 +2,10 @@
 /// Looks for whole marked records inside of what its size field says is one.
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
 
 #include "libvekstream/detail/TraceBytes.h"
 
@@ -28,9 +31,9 @@ private:
 
 class ChainSearch {
 public:
-    /// Whether a chain of at least two marked records ends where the record [0, end) does;
-    /// `offset` is where the record ends in the trace: with it grows how many steps all searches may
-    /// take together.
+    /// Whether a chain of marked records stands in the record [0, end): at least two, of which the
+    /// last ends where it does, or at least eight, wherever the last ends. `offset` is where the
+    /// record ends in the trace: with it grows how many steps all searches may take together.
     bool find(const TraceBytes& bytes, size_t end, uint64_t offset) {
         constexpr size_t SHORTEST_CHAIN = 2 * MIN_MARKED_RECORD;
         if (end < MIN_MARKED_RECORD + SHORTEST_CHAIN) {
@@ -59,6 +62,7 @@ public:
     }
 
 private:
+    /// Bytes that are no records do not look like so many.
     static constexpr int LONG_CHAIN = 8;
     static constexpr size_t BYTES_OF_A_STEP = 64;
 

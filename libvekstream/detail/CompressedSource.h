@@ -2,6 +2,9 @@
 /// What the decompressors share: the compressed bytes, the end in the middle, the limit of expansion.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+
 #include "libvekstream/detail/compression.h"
 
 namespace vek::detail {

@@ -5,6 +5,8 @@
 #include <sys/types.h>
 
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 
 #include "libvekstream/detail/ByteSource.h"
 

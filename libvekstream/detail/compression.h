@@ -2,6 +2,8 @@
 /// Which input is compressed, and what decompresses it.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 
 #include "libvekstream/detail/FdSource.h"

@@ -3,6 +3,9 @@
 /// record checks out although what was before it did not.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+
 #include "libvekstream/detail/Beliefs.h"
 #include "libvekstream/detail/TraceBytes.h"
 

@@ -4,7 +4,10 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <memory>
 #include <new>
 
 #include "libvekstream/TraceReader.h"

@@ -1,5 +1,7 @@
 // In the place of gzip.cpp where there is no zlib.
 
+#include <memory>
+
 #include "libvekstream/TraceReader.h"
 #include "libvekstream/detail/IoError.h"
 #include "libvekstream/detail/compression.h"

@@ -1,5 +1,7 @@
 // In the place of zstd.cpp where there is no libzstd.
 
+#include <memory>
+
 #include "libvekstream/TraceReader.h"
 #include "libvekstream/detail/IoError.h"
 #include "libvekstream/detail/compression.h"

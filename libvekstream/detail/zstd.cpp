@@ -4,6 +4,9 @@
 #include <zstd_errors.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <new>
 
 #include "libvekstream/TraceReader.h"
