@@ -21,13 +21,16 @@ void waitUntilWritable(int fd) {
     ::poll(&asked, 1, -1);
 }
 
-/// Some of the bytes; returns how many. Throws IoError, also when a signal interrupts and `stop` is
-/// set.
+/// Some of the bytes; returns how many, at least one. Throws IoError, also when a signal interrupts
+/// and `stop` is set.
 size_t writeSome(int fd, const uint8_t* data, size_t length, const std::atomic<bool>* stop) {
     for (;;) {
         const ssize_t some = ::write(fd, data, length);
-        if (some >= 0) {
+        if (some > 0) {
             return static_cast<size_t>(some);
+        }
+        if (some == 0) {
+            throw IoError("the system takes no more bytes");
         }
         if (errno != EAGAIN && errno != EINTR) {
             throw IoError(errno);

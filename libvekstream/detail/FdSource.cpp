@@ -73,8 +73,14 @@ bool FdSource::isReady() const {
 
 /// At the end. Only a file grows: a pipe ends when nobody can write to it any more.
 bool FdSource::mayGrow() const {
+    if (!follow) {
+        return false;
+    }
     struct stat status = {};
-    if (!follow || ::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (::fstat(fd, &status) != 0) {
+        throw IoError(errno);
+    }
+    if (!S_ISREG(status.st_mode)) {
         return false;
     }
     if (taken > 0 && status.st_size < ::lseek(fd, 0, SEEK_CUR)) {

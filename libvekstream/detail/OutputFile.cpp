@@ -22,10 +22,13 @@ constexpr mode_t NEW_FILE = 0666;  // less what the process's mask takes away
 /// With the slash behind it; empty for the current one.
 std::string folderOf(const std::string& path) { return path.substr(0, path.rfind('/') + 1); }
 
-/// Where a link leads to, or empty for what is none.
+/// Where a link leads to, or empty for what is none or not there.
 std::string linkText(const std::string& path) {
     char text[PATH_MAX];
     const ssize_t length = ::readlink(path.c_str(), text, sizeof text);
+    if (length < 0 && errno != EINVAL && errno != ENOENT) {
+        throw IoError(errno);
+    }
     return length <= 0 ? std::string() : std::string(text, static_cast<size_t>(length));
 }
 
@@ -64,43 +67,92 @@ bool statusOf(const std::string& path, struct stat& status) {
     return false;
 }
 
-void makeSafe(int fd) {
-    while (::fsync(fd) != 0) {
-        if (errno != EINTR) {
-            throw IoError(errno);
-        }
+/// 0, or the errno value of a call that returned something else.
+int errorOf(int result) { return result == 0 ? 0 : errno; }
+
+void check(int error) {
+    if (error != 0) {
+        throw IoError(error);
     }
 }
 
-/// So that the new name is safe too. Not every file system can, and a folder may be one that can be
-/// written but not read.
-void makeFolderSafe(const std::string& path) {
-    const std::string folder = folderOf(path);
-    const int fd =
-        ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) {
+/// What systems answer that do not have a call, or whose rules forbid it.
+bool isNotToBeHad(int error) {
+    return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP || error == EPERM;
+}
+
+/// Returns 0 or an errno value.
+int makeSafe(int fd) {
+    while (::fsync(fd) != 0) {
+        if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+int openFolder(const std::string& folder) {
+    const char* const path = folder.empty() ? "." : folder.c_str();
+    int fd = -1;
+    do {
+        fd = ::open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    } while (fd < 0 && errno == EINTR);
+    return fd;
+}
+
+/// So that a new name in it is safe too. Not every file system can, and a folder may be one that can
+/// be written but not read.
+void makeFolderSafe(const std::string& folder) {
+    const int fd = openFolder(folder);
+    int error = fd < 0 ? errno : 0;
+    if (error == EACCES) {
         return;
     }
-    const int error = ::fsync(fd) == 0 ? 0 : errno;
-    ::close(fd);
-    if (error == EIO) {
-        throw IoError(error);
+    if (error == 0) {
+        error = makeSafe(fd);
+        ::close(fd);
+        error = isNotToBeHad(error) ? 0 : error;
     }
+    check(error);
 }
 
 }  // namespace
 
 int renameToNewName(const std::string& from, const std::string& to) {
-    return ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0 ? 0
-                                                                                            : errno;
+    return errorOf(::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE));
 }
 
 int linkToNewName(const std::string& from, const std::string& to) {
-    if (::link(from.c_str(), to.c_str()) != 0) {
+    const int error = errorOf(::link(from.c_str(), to.c_str()));
+    if (error == 0) {
+        ::unlink(from.c_str());
+    }
+    return error;
+}
+
+int replacePlaceholder(const std::string& from, const std::string& to) {
+    constexpr mode_t OURS = 0600;
+    const int fd = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, OURS);
+    if (fd < 0) {
         return errno;
     }
-    ::unlink(from.c_str());
-    return 0;
+    ::close(fd);
+    const int error = errorOf(::rename(from.c_str(), to.c_str()));
+    if (error != 0) {
+        ::unlink(to.c_str());
+    }
+    return error;
+}
+
+int giveNewName(const std::string& from, const std::string& to) {
+    int error = renameToNewName(from, to);
+    if (isNotToBeHad(error)) {
+        error = linkToNewName(from, to);
+    }
+    if (isNotToBeHad(error)) {
+        error = replacePlaceholder(from, to);
+    }
+    return error;
 }
 
 OutputFile::OutputFile(const std::string& path, bool _replace) : replace(_replace) {
@@ -131,6 +183,7 @@ OutputFile::~OutputFile() {
     }
 }
 
+/// A signal ends it with EINTR: a pipe that nobody opens for reading may wait for ever.
 void OutputFile::openAsItIs(const std::string& path) {
     fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
     if (fd < 0) {
@@ -141,7 +194,8 @@ void OutputFile::openAsItIs(const std::string& path) {
 void OutputFile::create(unsigned mode) {
     constexpr unsigned ATTEMPTS = 100;
     int error = EEXIST;
-    for (unsigned attempt = 0; attempt < ATTEMPTS && error == EEXIST; ++attempt) {
+    for (unsigned attempt = 0; attempt < ATTEMPTS && (error == EEXIST || error == EINTR);
+         ++attempt) {
         std::string name = nameBeside(target, attempt);
         fd = ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
         if (fd >= 0) {
@@ -158,32 +212,17 @@ void OutputFile::commit() {
         close();
         return;
     }
-    makeSafe(fd);
+    check(makeSafe(fd));
     close();
-    giveName();
+    check(replace ? errorOf(::rename(temporary.c_str(), target.c_str()))
+                  : giveNewName(temporary, target));
     temporary.clear();
-    makeFolderSafe(target);
+    makeFolderSafe(folderOf(target));
 }
 
 void OutputFile::close() {
-    if (::close(std::exchange(fd, -1)) != 0 && errno != EINTR) {
-        throw IoError(errno);
-    }
-}
-
-void OutputFile::giveName() {
-    int error = 0;
-    if (replace) {
-        error = ::rename(temporary.c_str(), target.c_str()) == 0 ? 0 : errno;
-    } else {
-        error = renameToNewName(temporary, target);
-        if (error == EINVAL || error == ENOSYS) {
-            error = linkToNewName(temporary, target);
-        }
-    }
-    if (error != 0) {
-        throw IoError(error);
-    }
+    const int error = errorOf(::close(std::exchange(fd, -1)));
+    check(error == EINTR ? 0 : error);  // closed it is
 }
 
 }  // namespace vek::detail

@@ -26,7 +26,6 @@ private:
     void openAsItIs(const std::string& path);
     void create(unsigned mode);
     void close();
-    void giveName();
 
     std::string target;
     std::string temporary;  ///< empty: there is nothing to be named or removed
@@ -34,11 +33,17 @@ private:
     int fd = -1;
 };
 
-// Two ways to give a file a name that is not taken yet, in one step; return 0 or an errno value.
+// Ways to give a file a name that is not taken yet; return 0 or an errno value.
 
-/// Not on every file system: EINVAL then.
+/// In one step, but not on every file system: EINVAL then.
 int renameToNewName(const std::string& from, const std::string& to);
-/// Not on every file system either.
+/// In one step, not on every file system either.
 int linkToNewName(const std::string& from, const std::string& to);
+/// In two steps, on any file system: takes the name with an empty file, if it is free, and puts the
+/// file in its place. Between them the empty file can be seen, it stays where the process is killed
+/// there, and whatever another process puts under the name, or writes to it, right then, is lost.
+int replacePlaceholder(const std::string& from, const std::string& to);
+/// The first of them that there is.
+int giveNewName(const std::string& from, const std::string& to);
 
 }  // namespace vek::detail

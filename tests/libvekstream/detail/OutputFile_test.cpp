@@ -1,4 +1,4 @@
-// The two ways to give a name that is not taken do the same, where the file system has both.
+// The ways to give a name that is not taken do the same, where the file system has all of them.
 
 #include "libvekstream/detail/OutputFile.h"
 
@@ -11,8 +11,10 @@
 
 namespace {
 
+using vek::detail::giveNewName;
 using vek::detail::linkToNewName;
 using vek::detail::renameToNewName;
+using vek::detail::replacePlaceholder;
 using names_t = std::vector<std::string>;
 
 struct Way {
@@ -26,8 +28,9 @@ void PrintTo(const Way& way, std::ostream* os) { *os << way.name; }
 class NewName : public testing::TestWithParam<Way> {};
 
 INSTANTIATE_TEST_SUITE_P(EachWay, NewName,
-                         testing::Values(Way{"rename", renameToNewName},
-                                         Way{"link", linkToNewName}));
+                         testing::Values(Way{"rename", renameToNewName}, Way{"link", linkToNewName},
+                                         Way{"placeholder", replacePlaceholder},
+                                         Way{"any", giveNewName}));
 
 TEST_P(NewName, IsGivenInThePlaceOfTheOldOne) {
     const TemporaryFolder folder;
@@ -51,6 +54,12 @@ TEST_P(NewName, IsNotTakenFromALinkThatLeadsNowhere) {
     folder.write("old", {1});
     std::filesystem::create_symlink("nowhere", folder.path("new"));
     EXPECT_EQ(GetParam().give(folder.path("old"), folder.path("new")), EEXIST);
+}
+
+TEST_P(NewName, IsNotTakenWhereThereIsNothingToBeNamed) {
+    const TemporaryFolder folder;
+    EXPECT_EQ(GetParam().give(folder.path("old"), folder.path("new")), ENOENT);
+    EXPECT_EQ(folder.names(), names_t{});
 }
 
 }  // namespace
