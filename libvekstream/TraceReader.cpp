@@ -1,6 +1,7 @@
 #include "libvekstream/TraceReader.h"
 
 #include <cstring>
+#include <new>
 #include <optional>
 
 #include "libvekstream/detail/CompressedSource.h"
@@ -39,13 +40,13 @@ struct TraceReader::State {
     uint64_t base = 0;
     size_t filled = 0;
     RecordScanner::inputEnd_t end = RecordScanner::INPUT_CONTINUES;
-    std::optional<TraceException> failure;
+    std::optional<IoError> failure;
 };
 
 bool TraceReader::State::next(TraceSpan& span) {
     while (!scanner.next(span)) {
         if (failure) {
-            throw TraceException(*failure);
+            throw TraceException(failure->reason(), base + filled, failure->error());
         }
         if (end == RecordScanner::INPUT_ENDS) {
             return false;
@@ -60,7 +61,7 @@ void TraceReader::State::readMore() {
     try {
         end = fill();
     } catch (const IoError& error) {
-        failure.emplace(error.what(), base + filled, error.error());
+        failure = error;
         end = RecordScanner::INPUT_ENDS;
     }
     const auto done = static_cast<size_t>(scanner.position() - base);
@@ -89,15 +90,17 @@ RecordScanner::inputEnd_t TraceReader::State::fill() {
     return source->paused() ? RecordScanner::INPUT_PAUSES : RecordScanner::INPUT_ENDS;
 }
 
-/// Takes the first bytes, which tell what the input is.
+/// Takes the first bytes, which tell what the input is. Where memory is lacking they stay, to be told
+/// by once more.
 void TraceReader::State::open() {
-    compression_t compression = COMPRESSION_OPEN;
-    size_t length = 0;
-    do {
-        length = input.read(window.get() + filled, CompressedSource::CAPACITY - filled);
+    compression_t compression = compressionOf(window.get(), filled);
+    for (bool goesOn = true; compression == COMPRESSION_OPEN && goesOn;) {
+        const size_t length =
+            input.read(window.get() + filled, CompressedSource::CAPACITY - filled);
         filled += length;
         compression = compressionOf(window.get(), filled);
-    } while (compression == COMPRESSION_OPEN && (length > 0 || input.paused()));
+        goesOn = length > 0 || input.paused();
+    }
     decompressed = decompressor(compression);
     source = decompressed == nullptr ? &input : decompressed.get();
 }
@@ -110,7 +113,12 @@ std::unique_ptr<ByteSource> TraceReader::State::decompressor(compression_t compr
     input.stopFollowing();
     const CompressedInput compressed = {window.get(), filled, input, expansionLimit};
     filled = 0;
-    return compression == COMPRESSION_GZIP ? openGzip(compressed) : openZstd(compressed);
+    try {
+        return compression == COMPRESSION_GZIP ? openGzip(compressed) : openZstd(compressed);
+    } catch (const std::bad_alloc&) {
+        filled = compressed.headLength;
+        throw;
+    }
 }
 
 TraceReader::TraceReader(int fd, const TraceReaderOptions& options)

@@ -53,7 +53,7 @@ struct TraceWriter::File : OutputFile {
         try {
             return std::make_unique<File>(path, existing == EXISTING_REPLACE);
         } catch (const IoError& error) {
-            throw TraceException(error.what(), 0, error.error());
+            throw TraceException(error.reason(), 0, error.error());
         }
     }
 };
@@ -88,15 +88,16 @@ void TraceWriter::flush() {
 
 void TraceWriter::commit() {
     flush();
+    const TraceException end("written behind the end", written);
     if (file != nullptr) {
         try {
             file->commit();
         } catch (const IoError& error) {
             file.reset();
-            fail(error.what(), error.error());
+            fail(error);
         }
     }
-    failure.emplace("written behind the end", written);
+    failure = end;
 }
 
 void TraceWriter::writeOut(const uint8_t* data, size_t length) {
@@ -111,7 +112,7 @@ void TraceWriter::writeOut(const uint8_t* data, size_t length) {
             }
         }
     } catch (const IoError& error) {
-        fail(error.what(), error.error());
+        fail(error);
     }
 }
 
@@ -121,7 +122,9 @@ void TraceWriter::checkUsable() const {
     }
 }
 
-void TraceWriter::fail(const std::string& reason, int error) {
-    failure.emplace(reason, written, error);
+void TraceWriter::fail(const IoError& error) {
+    // Without its reason first, which may be what there is no memory for.
+    failure.emplace("", written, error.error());
+    failure = TraceException(error.reason(), written, error.error());
     throw TraceException(*failure);
 }

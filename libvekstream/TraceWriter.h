@@ -17,6 +17,10 @@
 #include "libvekstream/TraceException.h"
 #include "libvekutil/utility.h"
 
+namespace vek::detail {
+class IoError;
+}
+
 class VEK_EXPORT TraceWriter {
 public:
     enum existing_t : int {
@@ -48,7 +52,8 @@ public:
     void flush();
     /// Writes the rest, makes a file safe on its storage and gives it its name. Throws TraceException
     /// and leaves no file, when the system refuses. (Only when the folder cannot be made safe the
-    /// file has its name already.) Nothing can be written behind it.
+    /// file has its name already.) Nothing can be written behind it. Where it throws std::bad_alloc for
+    /// another reason than a failure, it can be tried again.
     void commit();
 
     /// Bytes taken over.
@@ -62,7 +67,7 @@ private:
 
     void writeOut(const uint8_t* data, size_t length);
     void checkUsable() const;
-    [[noreturn]] void fail(const std::string& reason, int error);
+    [[noreturn]] void fail(const vek::detail::IoError& error);
 
     byteVec_t buffer;
     uint64_t taken = 0;

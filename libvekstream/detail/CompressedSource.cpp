@@ -13,9 +13,9 @@ constexpr uint64_t ALWAYS_ALLOWED = 0x1000000;
 
 }  // namespace
 
-CompressedSource::CompressedSource(const char* _format, const CompressedInput& input)
+CompressedSource::CompressedSource(const char* _prefix, const CompressedInput& input)
     : end(buffer + input.headLength),
-      format(_format),
+      prefix(_prefix),
       rest(input.rest),
       expansionLimit(input.expansionLimit),
       loaded(input.headLength) {
@@ -59,8 +59,6 @@ void CompressedSource::checkEnd() const {
     }
 }
 
-void CompressedSource::fail(const char* what) const {
-    throw IoError(std::string(format) + " input: " + what);
-}
+void CompressedSource::fail(const char* what) const { throw IoError(what, prefix); }
 
 }  // namespace vek::detail

@@ -17,8 +17,8 @@ public:
     size_t read(uint8_t* to, size_t room) final;
 
 protected:
-    /// `_format` is a constant: its name, with which every reason begins.
-    CompressedSource(const char* _format, const CompressedInput& input);
+    /// `_prefix` is a constant with which every reason begins.
+    CompressedSource(const char* _prefix, const CompressedInput& input);
 
     /// Decompresses from `begin`, which it moves, but not beyond `end`; returns how many bytes that
     /// gave. Takes none and gives none only when it needs more. Fails by fail(), when it gives none.
@@ -26,6 +26,7 @@ protected:
     /// Whether the input may end where it is.
     virtual bool isWhole() const = 0;
 
+    /// `what` is a constant too.
     [[noreturn]] void fail(const char* what) const;
 
     const uint8_t* begin = buffer;
@@ -36,7 +37,7 @@ private:
     void checkExpansion() const;
     void checkEnd() const;
 
-    const char* format;
+    const char* prefix;
     FdSource& rest;
     uint64_t expansionLimit;
     uint64_t loaded;

@@ -3,24 +3,33 @@
 /// which do, make a TraceException of it.
 #pragma once
 
-#include <stdexcept>
+#include <exception>
 #include <string>
 #include <system_error>
 
 namespace vek::detail {
 
-class IoError : public std::runtime_error {
+/// Allocates nothing before it is asked for the reason, so that a failure is known as one also where
+/// memory is lacking.
+class IoError : public std::exception {
 public:
-    explicit IoError(const std::string& reason) : std::runtime_error(reason) {}
-    /// The system's own words for an errno value.
-    explicit IoError(int _error)
-        : std::runtime_error(std::generic_category().message(_error)), systemError(_error) {}
+    /// An errno value.
+    explicit IoError(int _error) : systemError(_error) {}
+    /// Constants, of which the reason is put together.
+    explicit IoError(const char* _text, const char* _prefix = "") : text(_text), prefix(_prefix) {}
 
+    /// Of an errno value, the system's own words.
+    std::string reason() const {
+        return systemError != 0 ? std::generic_category().message(systemError)
+                                : std::string(prefix) + text;
+    }
     /// An errno value, or 0.
     int error() const { return systemError; }
 
 private:
     int systemError = 0;
+    const char* text = "";
+    const char* prefix = "";
 };
 
 }  // namespace vek::detail

@@ -212,12 +212,13 @@ void OutputFile::commit() {
         close();
         return;
     }
+    const std::string folder = folderOf(target);
     check(makeSafe(fd));
     close();
     check(replace ? errorOf(::rename(temporary.c_str(), target.c_str()))
                   : giveNewName(temporary, target));
     temporary.clear();
-    makeFolderSafe(folderOf(target));
+    makeFolderSafe(folder);
 }
 
 void OutputFile::close() {

@@ -19,7 +19,8 @@ public:
     /// Open for writing until commit(), and, but for a pipe or a device, for reading.
     int descriptor() const { return fd; }
 
-    /// Makes the file safe on its storage, closes it and gives it its name. Throws IoError.
+    /// Makes the file safe on its storage, closes it and gives it its name. Throws IoError;
+    /// where memory is lacking, before anything has happened.
     void commit();
 
 private:

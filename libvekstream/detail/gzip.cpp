@@ -22,7 +22,7 @@ constexpr int GZIP_ONLY = 16;
 
 class GzipSource final : public CompressedSource {
 public:
-    explicit GzipSource(const CompressedInput& input) : CompressedSource("gzip", input) {
+    explicit GzipSource(const CompressedInput& input) : CompressedSource("gzip input: ", input) {
         if (inflateInit2(&stream, MAX_WBITS + GZIP_ONLY) != Z_OK) {
             throw std::bad_alloc();
         }

@@ -29,7 +29,7 @@ struct FreeStream {
 class ZstdSource final : public CompressedSource {
 public:
     explicit ZstdSource(const CompressedInput& input)
-        : CompressedSource("zstd", input), stream(ZSTD_createDStream()) {
+        : CompressedSource("zstd input: ", input), stream(ZSTD_createDStream()) {
         if (stream == nullptr) {
             throw std::bad_alloc();
         }

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "Compressor.h"
+#include "FailingAllocation.h"
 #include "support/descriptors.h"
 #include "support/traces.h"
 
@@ -164,6 +165,81 @@ TEST_P(CompressedTrace, ThrowsTheSameAgain) {
     EXPECT_EQ(second.spans, "");
     EXPECT_EQ(second.reason, first.reason);
     EXPECT_EQ(second.failedAt, first.failedAt);
+}
+
+// ---- Memory ------------------------------------------------------------------------------------
+
+TEST_P(CompressedTrace, ThrowsWhereMemoryIsLacking) {
+    const auto file = memoryFile(GetParam().compress(traceOf(20)));
+    EXPECT_GE(failEachAllocation([&] {
+                  ASSERT_EQ(::lseek(*file, 0, SEEK_SET), 0);
+                  TraceReader reader(*file);
+                  for (TraceSpan span; reader.next(span);) {}
+              }),
+              5);
+}
+
+/// Everything that a reader yields which is asked again where memory was lacking.
+struct PatientReading {
+    byteVec_t bytes;
+    std::string reason;
+    bool hasFailed = false;
+
+    PatientReading(const byteVec_t& input, long number, bool everAfter) {
+        bytes.reserve(0x10000);  // now there is memory
+        const auto file = memoryFile(input);
+        TraceReader reader(*file);
+        {
+            const FailingAllocation failing(number, everAfter);
+            try {
+                add(reader);
+            } catch (const std::exception&) {
+                // which is told again, unless it was memory
+            }
+            hasFailed = failing.hasFailed();
+        }
+        try {
+            add(reader);
+        } catch (const TraceException& exception) {
+            reason = exception.what();
+        }
+    }
+
+private:
+    void add(TraceReader& reader) {
+        for (TraceSpan span; reader.next(span);) {
+            bytes.insert(bytes.end(), span.data, span.data + span.length);
+        }
+    }
+};
+
+TEST_P(CompressedTrace, LosesNothingInSilenceWhereMemoryWasLacking) {
+    const byteVec_t trace = traceOf(20);
+    for (const bool everAfter : {false, true}) {
+        bool hasFailed = true;
+        for (long number = 0; hasFailed; ++number) {
+            const PatientReading reading(GetParam().compress(trace), number, everAfter);
+            EXPECT_TRUE(reading.reason != "" || reading.bytes == trace) << number;
+            EXPECT_TRUE(isBeginning(reading.bytes, trace)) << number;
+            hasFailed = reading.hasFailed;
+        }
+    }
+}
+
+TEST_P(CompressedTrace, IsAsDamagedAsBeforeWhereMemoryWasLacking) {
+    byteVec_t input = GetParam().compress(traceOf(20));
+    input[12] ^= 0xff;
+    const Reading expected = readingOf(input);
+    ASSERT_NE(expected.reason, "");
+    for (const bool everAfter : {false, true}) {
+        bool hasFailed = true;
+        for (long number = 0; hasFailed; ++number) {
+            const PatientReading reading(input, number, everAfter);
+            EXPECT_NE(reading.reason, "") << number;
+            EXPECT_TRUE(isBeginning(reading.bytes, expected.bytes)) << number;
+            hasFailed = reading.hasFailed;
+        }
+    }
 }
 
 // ---- Expansion ---------------------------------------------------------------------------------

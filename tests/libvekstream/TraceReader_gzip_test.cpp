@@ -1,9 +1,11 @@
 // gzip input: its part of the tests for every compression.
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <zlib.h>
 
 #include "Compressor.h"
+#include "FailingAllocation.h"
 #include "libvekstream/TraceReader.h"
 
 namespace {
@@ -26,3 +28,15 @@ INSTANTIATE_TEST_SUITE_P(Gzip, CompressedTrace,
                          testing::Values(Compressor{"gzip", gzip, canReadGzip}));
 
 }  // namespace
+
+/// In the place of zlib's, so that its allocations can fail too.
+extern "C" [[gnu::visibility("default")]] int inflateInit2_(z_streamp stream, int windowBits,
+                                                            const char* version, int size) {
+    using init_t = int (*)(z_streamp, int, const char*, int);
+    static const auto original = reinterpret_cast<init_t>(::dlsym(RTLD_NEXT, "inflateInit2_"));
+    stream->zalloc = [](void*, uInt count, uInt length) {
+        return FailingAllocation::allocate(size_t{count} * length);
+    };
+    stream->zfree = [](void*, void* memory) { FailingAllocation::release(memory); };
+    return original(stream, windowBits, version, size);
+}

@@ -1,11 +1,13 @@
 // zstd input: its part of the tests for every compression, and what only zstd has.
 
 #include <gtest/gtest.h>
+#define ZSTD_STATIC_LINKING_ONLY  // for the allocations
 #include <zstd.h>
 
 #include <memory>
 
 #include "Compressor.h"
+#include "FailingAllocation.h"
 #include "support/descriptors.h"
 #include "support/hex.h"
 #include "support/traces.h"
@@ -76,3 +78,11 @@ TEST(ZstdTrace, YieldsEveryBlockInFrontOfADamagedOne) {
 }
 
 }  // namespace
+
+/// In the place of the library's, so that its allocations can fail too.
+extern "C" [[gnu::visibility("default")]] ZSTD_DStream* ZSTD_createDStream() {
+    ZSTD_customMem memory = {};
+    memory.customAlloc = [](void*, size_t size) { return FailingAllocation::allocate(size); };
+    memory.customFree = [](void*, void* address) { FailingAllocation::release(address); };
+    return ZSTD_createDStream_advanced(memory);
+}
