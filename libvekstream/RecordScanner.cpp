@@ -82,12 +82,16 @@ struct RecordScanner::State {
         for (; searched < std::min(bytes.size(), FAR_ENOUGH); ++searched) {
             for (const framing_t candidate : {FRAMING_MARKED, FRAMING_UNMARKED}) {
                 const answer_t found = checksOut(candidate, searched);
-                if (found != ANSWER_NO) {
-                    return found == ANSWER_YES && detected(candidate);
+                if (found == ANSWER_OPEN) {
+                    return false;
+                }
+                if (found == ANSWER_YES) {
+                    return detected(candidate);
                 }
             }
         }
-        return (searched == FAR_ENOUGH || bytes.ends()) && detected(FRAMING_MARKED);
+        // So far is far enough, or the input ends: else its last bytes leave it open.
+        return detected(FRAMING_MARKED);
     }
 
     bool detected(framing_t decision) {

@@ -29,7 +29,7 @@ std::string linkText(const std::string& path) {
     if (length < 0 && errno != EINVAL && errno != ENOENT) {
         throw IoError(errno);
     }
-    return length <= 0 ? std::string() : std::string(text, static_cast<size_t>(length));
+    return std::string(text, length < 0 ? 0 : static_cast<size_t>(length));
 }
 
 /// Also where the last link leads to a file that does not exist yet.
@@ -40,7 +40,8 @@ std::string withoutLinks(std::string path) {
         if (link.empty()) {
             return path;
         }
-        path = link.front() == '/' ? link : folderOf(path).append(link);
+        const size_t kept = link.front() == '/' ? 0 : path.rfind('/') + 1;
+        path.replace(kept, std::string::npos, link);
     }
     throw IoError(ELOOP);
 }

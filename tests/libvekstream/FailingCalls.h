@@ -27,6 +27,7 @@ struct Plan {
     int error = EIO;
     std::map<std::string, int> always = {};  ///< calls that fail whenever they are made, and how
     size_t mostBytes = SIZE_MAX;             ///< of one read or write
+    mode_t mode = 0;                         ///< where not 0: of whatever is asked for its status
 };
 
 inline const Plan* plan = nullptr;  ///< null: everything works
@@ -152,7 +153,11 @@ VEK_REPLACED int link(const char* from, const char* to) noexcept {
 VEK_REPLACED int stat(const char* path, struct stat* status) noexcept {
     static auto* const original =
         calls::original(static_cast<int (*)(const char*, struct stat*)>(&::stat), "stat64");
-    return calls::fail("stat") ? -1 : original(path, status);
+    const int result = calls::fail("stat") ? -1 : original(path, status);
+    if (calls::plan != nullptr && calls::plan->mode != 0) {
+        status->st_mode = calls::plan->mode;
+    }
+    return result;
 }
 
 VEK_REPLACED int fstat(int fd, struct stat* status) noexcept {

@@ -207,6 +207,33 @@ TEST(RecordScannerThatWaits, DoesNotTakeARecordForOneBeforeWhatFollowsIsThere) {
     EXPECT_TRUE(span.isRecord());
 }
 
+TEST(RecordScannerThatWaits, DoesNotEndAGapBeforeWhatMayBeARecordIsThere) {
+    const byteVec_t input = joined({bytes("00 05"), unmarkedRecord(MSGID_CAN, SOME_TIME)});
+    RecordScanner scanner(FRAMING_UNMARKED);
+    std::vector<TraceSpan> spans;
+    for (const size_t length : {size_t{2}, size_t{15}, input.size()}) {
+        give(scanner, input, length, INPUT_CONTINUES, spans);
+        EXPECT_EQ(textOf(spans), "") << length;
+    }
+    give(scanner, input, input.size(), INPUT_ENDS, spans);
+    EXPECT_EQ(textOf(spans), "too small 2, record 14");
+}
+
+TEST(RecordScannerThatWaits, GoesFromALongGapIntoAnotherOne) {
+    const byteVec_t inner = markedRecord(MSGID_CAN, SOME_TIME);
+    const byteVec_t lure = bytes("55 AA FF F0");  // a record that is not whole yet
+    const byteVec_t input =
+        joined({byteVec_t(RecordScanner::MAX_GAP, 0x77),
+                markedRecord(MSGID_CONTAINER, SOME_TIME, joined({lure, inner, inner})), inner});
+    RecordScanner scanner(FRAMING_MARKED, RULE_PREFER_CHAIN);
+    std::vector<TraceSpan> spans;
+    give(scanner, input, input.size(), INPUT_CONTINUES, spans);
+    EXPECT_EQ(textOf(spans), "no marker 131072");
+    give(scanner, input, input.size(), INPUT_ENDS, spans);
+    EXPECT_EQ(textOf(spans),
+              "no marker 131072, spans records 20 ambiguous, record 16, record 16, record 16");
+}
+
 /// Gives a growing trace record by record; each of them must be yielded as soon as it is whole, and
 /// none before.
 void expectEachRecordAtOnce(const Trace& trace, framing_t framing, sizeRule_t rule) {

@@ -1,6 +1,8 @@
 // What holds for every compression. The formats are in the files beside this one.
 
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/ioctl.h>
 
 #include <thread>
 
@@ -29,6 +31,13 @@ Reading readingOfPieces(const byteVec_t& input,
     const Reading reading(pipe.reading(), options);
     feeder.join();
     return reading;
+}
+
+/// What nobody has read yet.
+int bytesIn(int pipe) {
+    int count = 0;
+    ::ioctl(pipe, FIONREAD, &count);
+    return count;
 }
 
 byteVec_t operator+(byteVec_t a, const byteVec_t& b) {
@@ -103,6 +112,25 @@ TEST_P(CompressedTrace, EndsWhenItIsStopped) {
     EXPECT_EQ(rest.reason, "");
 }
 
+TEST_P(CompressedTrace, EndsWhereItIsWhenItIsStoppedWhileItWaits) {
+    const byteVec_t trace = traceOf(20);
+    byteVec_t input = GetParam().compress(trace);
+    input.resize(input.size() / 2);
+    Pipe pipe;  // whose writing end stays open
+    writeAll(pipe.writing(), input);
+    std::atomic<bool> stop{false};
+    TraceReaderOptions options;
+    options.stop = &stop;
+    std::thread stopper([&] {
+        while (::poll(nullptr, 0, 1) == 0 && bytesIn(pipe.reading()) > 0) {}
+        stop = true;
+    });
+    const Reading reading(pipe.reading(), options);
+    stopper.join();
+    EXPECT_EQ(reading.reason, "");
+    EXPECT_TRUE(isBeginning(reading.bytes, trace));
+}
+
 TEST_P(CompressedTrace, CutAnywhereYieldsWhatIsThereAndThenThrows) {
     const byteVec_t trace = traceOf(60);
     const byteVec_t input = GetParam().compress(trace);
@@ -169,8 +197,11 @@ TEST_P(CompressedTrace, ThrowsTheSameAgain) {
 
 // ---- Memory ------------------------------------------------------------------------------------
 
+/// In more than one read.
+byteVec_t longTrace() { return traceOf(20, 10000); }
+
 TEST_P(CompressedTrace, ThrowsWhereMemoryIsLacking) {
-    const auto file = memoryFile(GetParam().compress(traceOf(20)));
+    const auto file = memoryFile(GetParam().compress(longTrace()));
     EXPECT_GE(failEachAllocation([&] {
                   ASSERT_EQ(::lseek(*file, 0, SEEK_SET), 0);
                   TraceReader reader(*file);
@@ -186,7 +217,7 @@ struct PatientReading {
     bool hasFailed = false;
 
     PatientReading(const byteVec_t& input, long number, bool everAfter) {
-        bytes.reserve(0x10000);  // now there is memory
+        bytes.reserve(0x100000);  // now there is memory
         const auto file = memoryFile(input);
         TraceReader reader(*file);
         {
@@ -214,7 +245,7 @@ private:
 };
 
 TEST_P(CompressedTrace, LosesNothingInSilenceWhereMemoryWasLacking) {
-    const byteVec_t trace = traceOf(20);
+    const byteVec_t trace = longTrace();
     for (const bool everAfter : {false, true}) {
         bool hasFailed = true;
         for (long number = 0; hasFailed; ++number) {

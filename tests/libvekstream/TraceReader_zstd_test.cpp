@@ -16,10 +16,10 @@ namespace {
 
 /// A frame that does not tell its length, as a pipe's does not, so that its window is as large as
 /// it is asked for.
-byteVec_t frame(const byteVec_t& plain, int windowLog) {
+byteVec_t frame(const byteVec_t& plain, int windowLog, bool checksum = true) {
     const std::unique_ptr<ZSTD_CCtx, size_t (*)(ZSTD_CCtx*)> context(ZSTD_createCCtx(),
                                                                      ZSTD_freeCCtx);
-    ZSTD_CCtx_setParameter(context.get(), ZSTD_c_checksumFlag, 1);
+    ZSTD_CCtx_setParameter(context.get(), ZSTD_c_checksumFlag, checksum ? 1 : 0);
     ZSTD_CCtx_setParameter(context.get(), ZSTD_c_windowLog, windowLog);
     byteVec_t packed(ZSTD_compressBound(plain.size()) + 64);
     ZSTD_outBuffer to = {packed.data(), packed.size(), 0};
@@ -36,6 +36,12 @@ INSTANTIATE_TEST_SUITE_P(Zstd, CompressedTrace,
                          testing::Values(Compressor{"zstd", zstd, canReadZstd}));
 
 Reading readingOf(const byteVec_t& input) { return Reading(*memoryFile(input)); }
+
+TEST(ZstdTrace, MayHaveNoChecksumBehindItsLastBlock) {
+    const Reading reading = readingOf(frame(traceOf(3), 20, false));
+    EXPECT_EQ(reading.spans, "0+36 36+36 72+36");
+    EXPECT_EQ(reading.reason, "");
+}
 
 TEST(ZstdTrace, MayNeedAWindowOfEightMebibytes) {
     EXPECT_EQ(readingOf(frame(traceOf(3), 23)).spans, "0+36 36+36 72+36");
