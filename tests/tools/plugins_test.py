@@ -4,6 +4,7 @@ import json
 import os
 import shutil
 import struct
+from random import Random
 
 from making_support import ETHERNET, INTERFACE, NAME, PING, SIZE, VERSION, PluginCase, plugin
 from schema_test import validator
@@ -187,3 +188,73 @@ class Finding(PluginCase):
     def test_control_bytes_of_a_name_are_not_shown(self):
         result = self.run_program("plugins", "--plugin", "a\x1b[2J", expect=1)
         self.assertIn("a\\x1b[2J: No such file", result.complaint)
+
+
+class Corruption(PluginCase):
+    """Whatever the headers of a plugin's file say, the program says why it refuses it, or runs."""
+
+    def setUp(self):
+        super().setUp()
+        with open(plugin("ethernet"), "rb") as file:
+            self.good = file.read()
+        frame = struct.pack(">BBI", 1, 0, 60) + bytes(60)
+        # The second one is refused by an exception, which passes through the plugin.
+        self.write(
+            "a.vkt",
+            record(ETHERNET, BEGIN, frame),
+            record(ETHERNET, BEGIN, struct.pack(">BBI", 1, 0x7F, 0)),
+        )
+        self.text = self.dump(self.good, expect=3).text
+        self.assertIn("ETHERNET 1", self.text)
+
+    def dump(self, data, expect=None):
+        # A file of its own each time: rewriting one that is loaded would change what is mapped.
+        path = self.write("x.so", data)
+        result = self.run_program("dump", "--plugin", path, "a.vkt", expect=expect)
+        os.unlink(self.path(path))
+        return result
+
+    def assert_refused_or_as_good(self, data, what):
+        result = self.dump(data)
+        if result.status == 3:
+            self.assertEqual(result.text, self.text, what)
+        else:
+            self.assertEqual((result.status, result.out), (1, b""), (what, result.err))
+            self.assertRegex(result.complaint, r"^vektrace: x\.so: \S.+\n$", what)
+
+    def words(self, offset):
+        """The file's own numbers of 16, 32 and 64 bits at the offset."""
+        order = "<" if self.good[5] == 1 else ">"
+        return [struct.unpack_from(order + code, self.good, offset)[0] for code in "HIQ"]
+
+    def headers(self):
+        """Where the file's header and its table of segments lie."""
+        wide = self.good[4] == 2
+        begin = self.words(0x20)[2] if wide else self.words(0x1C)[1]
+        entry = self.words(0x36 if wide else 0x2A)[0]
+        count = self.words(0x38 if wide else 0x2C)[0]
+        return list(range(64 if wide else 52)) + list(range(begin, begin + entry * count))
+
+    def test_a_file_that_is_cut_anywhere_is_refused(self):
+        for length in range(1, len(self.good), max(1, len(self.good) // 97)):
+            result = self.dump(self.good[:length], expect=1)
+            self.assertRegex(result.complaint, r"^vektrace: x\.so: \S.+\n$", length)
+
+    def test_bytes_of_the_headers_may_be_anything(self):
+        random = Random(1)
+        places = self.headers()
+        for _ in range(300):
+            data = bytearray(self.good)
+            changes = []
+            for _ in range(random.choice((1, 1, 2, 4))):
+                values = (0, 1, 0x7F, 0x80, 0xFF, random.randrange(256))
+                changes.append((random.choice(places), random.choice(values)))
+                data[changes[-1][0]] = changes[-1][1]
+            self.assert_refused_or_as_good(bytes(data), changes)
+
+    def test_every_byte_of_the_table_of_segments_may_be_another(self):
+        random = Random(2)
+        for place in self.headers()[64:]:
+            data = bytearray(self.good)
+            data[place] ^= 1 << random.randrange(8)
+            self.assert_refused_or_as_good(bytes(data), (place, data[place]))

@@ -2,9 +2,11 @@
 /// Reads what a shared object exports out of its file, without loading it.
 ///
 /// Loading runs the initialisers of an object, so what it says of itself must be read before. Bytes
-/// from a file are not to be trusted: whatever they are, nothing beyond them is read.
+/// from a file are not to be trusted: whatever they are, nothing beyond them is read. The system's
+/// loader does trust them, so whether they fit together must be known before it is asked.
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -36,5 +38,11 @@ ElfMachine hostMachine();
 /// before any relocation. Throws ElfError where the file is not well-formed, is not for `machine`,
 /// whose byte order is the host's, or has no such object.
 byteVec_t readElfObject(const byteVec_t& file, const std::string& name, const ElfMachine& machine);
+
+/// Throws ElfError where the headers of `file` do not fit the file, or each other, so that loading it
+/// might end the process: segments beyond the file or over each other, sections that no segment
+/// brings to where they belong, and a dynamic table that points elsewhere. Code and relocations are
+/// not looked at.
+void checkElfLayout(const byteVec_t& file, const ElfMachine& machine);
 
 }  // namespace vek::program

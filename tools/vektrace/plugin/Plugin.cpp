@@ -60,7 +60,10 @@ byteVec_t readWhole(const std::string& path) {
 
 byteVec_t readInfo(const std::string& path) {
     try {
-        return readElfObject(readWhole(path), INFO, hostMachine());
+        const byteVec_t file = readWhole(path);
+        byteVec_t info = readElfObject(file, INFO, hostMachine());
+        checkElfLayout(file, hostMachine());
+        return info;
     } catch (const ElfError& e) {
         throw PluginError(e.what());
     }

@@ -1,0 +1,194 @@
+#include <gtest/gtest.h>
+#include <link.h>
+
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+
+#include "tools/vektrace/plugin/ElfSymbol.h"
+
+using namespace vek::program;
+
+namespace {
+
+using header_t = ElfW(Ehdr);
+using segment_t = ElfW(Phdr);
+using section_t = ElfW(Shdr);
+using dynamic_t = ElfW(Dyn);
+
+/// A plugin for this machine, of which a test may spoil something.
+class File {
+public:
+    File() {
+        std::ifstream stream(VEKTRACE_TEST_PLUGIN, std::ios::binary);
+        bytes.assign(std::istreambuf_iterator<char>(stream), {});
+    }
+
+    template <class Entry>
+    Entry get(size_t offset) const {
+        Entry entry;
+        std::memcpy(&entry, bytes.data() + offset, sizeof entry);
+        return entry;
+    }
+    template <class Entry>
+    void change(size_t offset, const std::function<void(Entry&)>& spoil) {
+        auto entry = get<Entry>(offset);
+        spoil(entry);
+        std::memcpy(bytes.data() + offset, &entry, sizeof entry);
+    }
+
+    header_t header() const { return get<header_t>(0); }
+
+    /// The `number`th segment of this type.
+    void changeSegment(int64_t type, const std::function<void(segment_t&)>& spoil,
+                       size_t number = 0) {
+        for (size_t i = 0; i < header().e_phnum; ++i) {
+            const size_t offset = header().e_phoff + i * sizeof(segment_t);
+            if (int64_t{get<segment_t>(offset).p_type} == type && number-- == 0) {
+                change(offset, spoil);
+                return;
+            }
+        }
+        ADD_FAILURE() << "there is no such segment";
+    }
+
+    void changeDynamic(int64_t tag, const std::function<void(dynamic_t&)>& spoil) {
+        for (size_t i = 0; i < header().e_shnum; ++i) {
+            const auto section = get<section_t>(header().e_shoff + i * sizeof(section_t));
+            for (size_t entry = 0;
+                 section.sh_type == SHT_DYNAMIC && entry < section.sh_size / sizeof(dynamic_t);
+                 ++entry) {
+                const size_t offset = section.sh_offset + entry * sizeof(dynamic_t);
+                if (get<dynamic_t>(offset).d_tag == tag) {
+                    change(offset, spoil);
+                    return;
+                }
+            }
+        }
+        ADD_FAILURE() << "there is no such entry";
+    }
+
+    std::string refusal() const {
+        try {
+            checkElfLayout(bytes, hostMachine());
+        } catch (const ElfError& e) {
+            return e.what();
+        }
+        return "it was taken";
+    }
+
+private:
+    byteVec_t bytes;
+};
+
+std::string refusalOfSegment(int64_t type, const std::function<void(segment_t&)>& spoil,
+                             size_t number = 0) {
+    File file;
+    file.changeSegment(type, spoil, number);
+    return file.refusal();
+}
+
+std::string refusalOfDynamic(int64_t tag, const std::function<void(dynamic_t&)>& spoil) {
+    File file;
+    file.changeDynamic(tag, spoil);
+    return file.refusal();
+}
+
+constexpr char BEYOND[] = "one of its segments reaches beyond the end of the file";
+constexpr char ELSEWHERE[] = "its dynamic table points to what is not there";
+
+void makeHuge(dynamic_t& entry) { entry.d_un.d_val = static_cast<decltype(entry.d_un.d_val)>(-1); }
+
+}  // namespace
+
+TEST(ElfLayout, OfAPluginIsTaken) { EXPECT_EQ(File().refusal(), "it was taken"); }
+
+TEST(ElfLayout, IsRefusedWithASegmentBeyondTheFile) {
+    for (const int64_t type : {PT_LOAD, PT_DYNAMIC, PT_GNU_EH_FRAME}) {
+        EXPECT_EQ(refusalOfSegment(type,
+                                   [](segment_t& segment) {
+                                       segment.p_offset =
+                                           static_cast<decltype(segment.p_offset)>(-4096);
+                                   }),
+                  BEYOND);
+        EXPECT_EQ(refusalOfSegment(type, [](segment_t& segment) { segment.p_filesz += 1 << 24; }),
+                  BEYOND);
+    }
+}
+
+TEST(ElfLayout, IsRefusedWithSegmentsThatCannotBeLoaded) {
+    const char* const reason = "one of its segments cannot be loaded";
+    EXPECT_EQ(refusalOfSegment(PT_LOAD, [](segment_t& segment) { segment.p_memsz = 1; }), reason);
+    EXPECT_EQ(refusalOfSegment(PT_LOAD, [](segment_t& segment) { ++segment.p_vaddr; }), reason);
+    EXPECT_EQ(refusalOfSegment(PT_LOAD,
+                               [](segment_t& segment) {
+                                   segment.p_vaddr = static_cast<decltype(segment.p_vaddr)>(-4096);
+                               }),
+              reason);
+}
+
+TEST(ElfLayout, IsRefusedWithSegmentsOverEachOther) {
+    EXPECT_EQ(refusalOfSegment(PT_LOAD, [](segment_t& segment) { segment.p_memsz += 1 << 20; }),
+              "its segments overlap");
+    EXPECT_EQ(refusalOfSegment(
+                  PT_LOAD, [](segment_t& segment) { segment.p_vaddr = segment.p_offset = 0; }, 1),
+              "its segments overlap");
+}
+
+TEST(ElfLayout, IsRefusedWhereSectionsAreNotLoadedAsTheyShould) {
+    const char* const reason = "its segments do not load all of its sections";
+    EXPECT_EQ(refusalOfSegment(PT_LOAD, [](segment_t& segment) { segment.p_flags = 0; }), reason);
+    EXPECT_EQ(refusalOfSegment(
+                  PT_LOAD, [](segment_t& segment) { segment.p_type = PT_NULL; }, 1),
+              reason);
+    File readOnly;
+    for (size_t i = 0; i < 2; ++i) {
+        readOnly.changeSegment(
+            PT_LOAD, [](segment_t& segment) { segment.p_flags &= ~uint32_t{PF_X | PF_W}; }, i);
+    }
+    EXPECT_EQ(readOnly.refusal(), reason);
+}
+
+TEST(ElfLayout, IsRefusedWithSegmentsThatAreNotInMemoryWhereTheyAreLookedFor) {
+    for (const int64_t type : {PT_DYNAMIC, PT_GNU_EH_FRAME, PT_GNU_RELRO}) {
+        EXPECT_EQ(refusalOfSegment(type, [](segment_t& segment) { segment.p_vaddr += 8; }),
+                  "one of its segments is not loaded to where it is looked for");
+    }
+}
+
+TEST(ElfLayout, IsRefusedWithoutASegmentThatItsSectionsNeed) {
+    for (const int64_t type : {PT_DYNAMIC, PT_GNU_EH_FRAME}) {
+        EXPECT_EQ(refusalOfSegment(type, [](segment_t& segment) { segment.p_type = PT_NULL; }),
+                  "a segment is missing");
+    }
+}
+
+TEST(ElfLayout, IsRefusedWhereItsDataWouldBeMadeReadOnly) {
+    EXPECT_EQ(
+        refusalOfSegment(PT_GNU_RELRO, [](segment_t& segment) { segment.p_memsz += 1 << 20; }),
+        "its data would be made read-only");
+}
+
+TEST(ElfLayout, IsRefusedWithADynamicTableThatPointsElsewhere) {
+    for (const int64_t tag :
+         {DT_SYMTAB, DT_STRTAB, DT_STRSZ, DT_SYMENT, DT_GNU_HASH, DT_INIT_ARRAY, DT_INIT_ARRAYSZ}) {
+        EXPECT_EQ(refusalOfDynamic(tag, makeHuge), ELSEWHERE) << tag;
+        EXPECT_EQ(refusalOfDynamic(tag, [](dynamic_t& entry) { ++entry.d_tag; }), ELSEWHERE) << tag;
+    }
+}
+
+TEST(ElfLayout, IsRefusedWithNamesThatAreNotAmongItsNames) {
+    EXPECT_EQ(refusalOfDynamic(DT_NEEDED, makeHuge), "a name is not in its table of names");
+}
+
+TEST(ElfLayout, IsRefusedWithADynamicTableWithoutAnEnd) {
+    File file;
+    for (bool ended = true; ended;) {
+        // There are several, as a linker leaves room.
+        file.changeDynamic(DT_NULL, [](dynamic_t& entry) { entry.d_tag = DT_DEBUG; });
+        ended = file.refusal() == "it was taken";
+    }
+    EXPECT_EQ(file.refusal(), "its dynamic table has no end");
+}

@@ -1,0 +1,399 @@
+/// @file
+/// Whether the headers of a shared object's file fit the file and each other.
+///
+/// The same things are said several times in such a file: for the linker as sections, and for the
+/// loader as segments and in the dynamic table. Where both say the same, what the loader will do is
+/// what the linker meant.
+#pragma once
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <vector>
+
+#include "tools/vektrace/plugin/ElfFile.h"
+
+namespace vek::program {
+
+template <class Elf>
+class ElfLayout {
+public:
+    explicit ElfLayout(const byteVec_t& bytes) : file(bytes) {}
+
+    /// Throws ElfError.
+    void check() {
+        for (size_t i = 0; i < file.segments.size(); ++i) {
+            checkSegment(file.segments[i]);
+        }
+        for (size_t i = 0; i < file.segments.size(); ++i) {
+            checkPlace(file.segments[i]);
+        }
+        for (size_t i = 0; i < file.sections.size(); ++i) {
+            checkSection(file.sections[i]);
+        }
+        checkFrames();
+        readDynamic();
+        checkDynamic();
+    }
+
+private:
+    using segment_t = typename Elf::segment_t;
+    using section_t = typename Elf::section_t;
+    using dynamic_t = typename Elf::dynamic_t;
+
+    static constexpr uint64_t ALL = ~uint64_t{0};
+
+    [[noreturn]] static void fail(const std::string& reason) { throw ElfError(reason); }
+
+    // ---- Segments ------------------------------------------------------------------------------
+
+    static bool isPowerOfTwo(uint64_t number) { return (number & (number - 1)) == 0; }
+
+    void checkSegment(const segment_t& segment) {
+        if (segment.p_type == PT_NULL) {
+            return;
+        }
+        file.range(segment.p_offset, segment.p_filesz, "one of its segments");
+        if (segment.p_type == PT_LOAD) {
+            addLoaded(segment);
+        } else if (segment.p_type == PT_TLS) {
+            addThreadData(segment);
+        }
+    }
+
+    void addLoaded(const segment_t& segment) {
+        static const auto page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+        if (segment.p_filesz > segment.p_memsz || segment.p_memsz > ALL - segment.p_vaddr ||
+            (segment.p_vaddr - segment.p_offset) % page != 0) {
+            fail("one of its segments cannot be loaded");
+        }
+        if (!loads.empty()) {
+            const segment_t& before = loads.back();
+            const uint64_t end = before.p_vaddr + before.p_memsz;
+            if (segment.p_vaddr < end || segment.p_vaddr / page <= (end - 1) / page) {
+                fail("its segments overlap");
+            }
+        }
+        loads.push_back(segment);
+    }
+
+    void addThreadData(const segment_t& segment) {
+        constexpr uint64_t MOST_ALIGNED = 0x10000;
+        if (threadData || !isPowerOfTwo(segment.p_align) || segment.p_align > MOST_ALIGNED ||
+            segment.p_memsz > ALL - segment.p_vaddr) {
+            fail("its data of threads cannot be loaded");
+        }
+        threadData = segment;
+    }
+
+    /// Those that the loader, or who throws an exception, looks for in memory.
+    static bool isRead(const segment_t& segment) {
+        switch (segment.p_type) {
+            case PT_DYNAMIC:
+            case PT_NOTE:
+            case PT_PHDR:
+            case PT_TLS:
+            case PT_GNU_EH_FRAME:
+            case PT_GNU_RELRO:
+            case PT_GNU_PROPERTY:
+                return true;
+            default:
+                return false;
+        }
+    }
+
+    /// The segment that brings bytes of the file to these addresses, if there is one.
+    const segment_t* loadedAt(uint64_t address, uint64_t length) const {
+        const auto load = std::find_if(loads.begin(), loads.end(), [&](const segment_t& each) {
+            return address >= each.p_vaddr && address - each.p_vaddr <= each.p_filesz &&
+                   length <= each.p_filesz - (address - each.p_vaddr);
+        });
+        return load == loads.end() ? nullptr : &*load;
+    }
+
+    /// The same for bytes that lie in the file at `offset`.
+    const segment_t* loader(uint64_t address, uint64_t offset, uint64_t length) const {
+        const segment_t* const load = loadedAt(address, length);
+        return load != nullptr && offset - load->p_offset == address - load->p_vaddr ? load
+                                                                                     : nullptr;
+    }
+
+    void checkPlace(const segment_t& segment) const {
+        if (isRead(segment) && segment.p_memsz > 0 &&
+            loader(segment.p_vaddr, segment.p_offset, segment.p_filesz) == nullptr) {
+            fail("one of its segments is not loaded to where it is looked for");
+        }
+        // Data of threads may end with what is 0 and not in the file, and pages are made read-only
+        // as wholes.
+        const bool anyLength = segment.p_type == PT_TLS || segment.p_type == PT_GNU_RELRO;
+        if (isRead(segment) && !anyLength && segment.p_memsz != segment.p_filesz) {
+            fail("one of its segments has two lengths");
+        }
+    }
+
+    // ---- Sections ------------------------------------------------------------------------------
+
+    void checkSection(const section_t& section) const {
+        if ((section.sh_flags & SHF_ALLOC) == 0 || section.sh_size == 0) {
+            return;
+        }
+        if ((section.sh_flags & SHF_TLS) != 0) {
+            checkThreadSection(section);
+        }
+        if (section.sh_type != SHT_NOBITS) {
+            file.range(section.sh_offset, section.sh_size, "one of its sections");
+            checkAccess(section, loader(section.sh_addr, section.sh_offset, section.sh_size));
+        } else if ((section.sh_flags & SHF_TLS) == 0) {
+            checkAccess(section, zeroed(section));
+        }
+    }
+
+    static void checkAccess(const section_t& section, const segment_t* load) {
+        const uint32_t needed = PF_R | ((section.sh_flags & SHF_WRITE) != 0 ? PF_W : 0U) |
+                                ((section.sh_flags & SHF_EXECINSTR) != 0 ? PF_X : 0U);
+        if (load == nullptr || (load->p_flags & needed) != needed) {
+            fail("its segments do not load all of its sections");
+        }
+    }
+
+    /// The segment in which the section, which has no bytes in the file, is all 0.
+    const segment_t* zeroed(const section_t& section) const {
+        for (const segment_t& load : loads) {
+            const uint64_t within = section.sh_addr - load.p_vaddr;
+            if (section.sh_addr >= load.p_vaddr && within <= load.p_memsz &&
+                section.sh_size <= load.p_memsz - within) {
+                const uint64_t end = std::min<uint64_t>(within + section.sh_size, load.p_filesz);
+                return within >= end || isZero(load.p_offset + within, end - within) ? &load
+                                                                                     : nullptr;
+            }
+        }
+        return nullptr;
+    }
+
+    bool isZero(uint64_t offset, uint64_t length) const {
+        const ElfRange bytes = file.range(offset, length, "one of its segments");
+        return std::all_of(bytes.data, bytes.data + bytes.length,
+                           [](uint8_t byte) { return byte == 0; });
+    }
+
+    void checkThreadSection(const section_t& section) const {
+        const uint64_t within = threadData ? section.sh_addr - threadData->p_vaddr : 0;
+        const uint64_t most = threadData ? threadData->p_memsz : 0;
+        if (!threadData || section.sh_addr < threadData->p_vaddr || within > most ||
+            section.sh_size > most - within) {
+            fail("its segments do not load all of its sections");
+        }
+    }
+
+    /// By name: what is called so is what exceptions need, and what is written after loading.
+    void checkFrames() const {
+        const ElfRange names = file.bytesOf(file.sectionNames());
+        uint64_t threadEnd = 0;
+        for (size_t i = 0; i < file.sections.size(); ++i) {
+            const section_t section = file.sections[i];
+            if ((section.sh_flags & SHF_ALLOC) == 0) {
+                continue;
+            }
+            if (isNameAt(names, section.sh_name, ".eh_frame_hdr")) {
+                needSegment(PT_GNU_EH_FRAME, section);
+            } else if (isNameAt(names, section.sh_name, ".data") ||
+                       isNameAt(names, section.sh_name, ".bss")) {
+                checkWritable(section);
+            }
+            if ((section.sh_flags & SHF_TLS) != 0) {
+                threadEnd = std::max<uint64_t>(threadEnd, section.sh_addr + section.sh_size);
+            }
+        }
+        if (threadData &&
+            threadData->p_vaddr + threadData->p_memsz > threadEnd + threadData->p_align) {
+            fail("its data of threads cannot be loaded");
+        }
+    }
+
+    /// The one segment of this type, which must be the section.
+    segment_t needSegment(uint32_t type, const section_t& section) const {
+        std::optional<segment_t> found;
+        for (size_t i = 0; i < file.segments.size(); ++i) {
+            const segment_t segment = file.segments[i];
+            if (segment.p_type == type) {
+                if (found || segment.p_vaddr != section.sh_addr ||
+                    segment.p_filesz != section.sh_size) {
+                    fail("its segments are not where its sections are");
+                }
+                found = segment;
+            }
+        }
+        if (!found) {
+            fail("a segment is missing");
+        }
+        return *found;
+    }
+
+    /// What is made read-only behind the relocations must not be on a page of this section.
+    void checkWritable(const section_t& section) const {
+        static const auto page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+        for (size_t i = 0; i < file.segments.size(); ++i) {
+            const segment_t segment = file.segments[i];
+            if (segment.p_type != PT_GNU_RELRO || section.sh_size == 0) {
+                continue;
+            }
+            if (segment.p_memsz > ALL - segment.p_vaddr) {
+                fail("one of its segments cannot be loaded");
+            }
+            const uint64_t begin = segment.p_vaddr / page * page;
+            const uint64_t end = (segment.p_vaddr + segment.p_memsz) / page * page;
+            if (begin < section.sh_addr + section.sh_size && section.sh_addr < end) {
+                fail("its data would be made read-only");
+            }
+        }
+    }
+
+    // ---- The dynamic table ---------------------------------------------------------------------
+
+    void readDynamic() {
+        for (size_t i = 0; i < file.sections.size(); ++i) {
+            const section_t section = file.sections[i];
+            if (section.sh_type == SHT_DYNAMIC) {
+                const segment_t segment = needSegment(PT_DYNAMIC, section);
+                const auto table = file.template table<dynamic_t>(
+                    segment.p_offset, segment.p_filesz / sizeof(dynamic_t), sizeof(dynamic_t),
+                    "its dynamic table");
+                readEntries(table);
+                return;
+            }
+        }
+        fail("it has no dynamic table");
+    }
+
+    void readEntries(const ElfTable<dynamic_t>& table) {
+        for (size_t i = 0; i < table.size(); ++i) {
+            const dynamic_t entry = table[i];
+            const int64_t tag = entry.d_tag;
+            if (tag == DT_NULL) {
+                return;
+            }
+            if (tag == DT_NEEDED) {
+                needed.push_back(entry.d_un.d_val);
+            } else {
+                dynamic[tag] = entry.d_un.d_val;
+            }
+        }
+        fail("its dynamic table has no end");
+    }
+
+    [[noreturn]] static void failDynamic() {
+        fail("its dynamic table points to what is not there");
+    }
+
+    std::optional<uint64_t> valueOf(int64_t tag) const {
+        const auto entry = dynamic.find(tag);
+        return entry == dynamic.end() ? std::nullopt : std::optional<uint64_t>(entry->second);
+    }
+
+    void need(int64_t tag, uint64_t value) const {
+        if (valueOf(tag) != value) {
+            failDynamic();
+        }
+    }
+
+    void checkDynamic() const {
+        checkNames();
+        checkTable(DT_RELA, DT_RELASZ, DT_RELAENT, sizeof(typename Elf::rela_t));
+        checkTable(DT_REL, DT_RELSZ, DT_RELENT, sizeof(typename Elf::rel_t));
+        checkTable(DT_JMPREL, DT_PLTRELSZ);
+        checkTable(DT_INIT_ARRAY, DT_INIT_ARRAYSZ);
+        checkTable(DT_FINI_ARRAY, DT_FINI_ARRAYSZ);
+        if (valueOf(DT_PLTREL).value_or(DT_REL) != DT_REL && *valueOf(DT_PLTREL) != DT_RELA) {
+            failDynamic();
+        }
+        if (!valueOf(DT_HASH) && !valueOf(DT_GNU_HASH)) {
+            failDynamic();
+        }
+        checkSectionOf(DT_HASH, SHT_HASH);
+        checkSectionOf(DT_GNU_HASH, SHT_GNU_HASH);
+        checkSectionOf(DT_VERSYM, SHT_GNU_versym);
+        checkSectionOf(DT_VERNEED, SHT_GNU_verneed);
+        checkSectionOf(DT_VERDEF, SHT_GNU_verdef);
+        checkFunction(DT_INIT);
+        checkFunction(DT_FINI);
+    }
+
+    /// The symbols and their names are those of the sections, and every name is one of these.
+    void checkNames() const {
+        const section_t symbols = file.dynamicSymbols();
+        const section_t names = file.namesOf(symbols);
+        const ElfRange text = file.bytesOf(names);
+        need(DT_SYMTAB, symbols.sh_addr);
+        need(DT_SYMENT, sizeof(typename Elf::symbol_t));
+        need(DT_STRTAB, names.sh_addr);
+        need(DT_STRSZ, names.sh_size);
+        if (text.length == 0 || text.data[text.length - 1] != 0) {
+            fail("its table of names has no end");
+        }
+        const auto table = file.symbolsOf(symbols);
+        for (size_t i = 0; i < table.size(); ++i) {
+            checkName(table[i].st_name, text);
+        }
+        for (const uint64_t name : needed) {
+            checkName(name, text);
+        }
+        for (const int64_t tag : {DT_SONAME, DT_RPATH, DT_RUNPATH}) {
+            checkName(valueOf(tag).value_or(0), text);
+        }
+    }
+
+    static void checkName(uint64_t offset, const ElfRange& names) {
+        if (offset >= names.length) {
+            fail("a name is not in its table of names");
+        }
+    }
+
+    void checkTable(int64_t addressTag, int64_t lengthTag) const {
+        const auto address = valueOf(addressTag);
+        const auto length = valueOf(lengthTag);
+        if (address.has_value() != length.has_value() ||
+            (address && loadedAt(*address, *length) == nullptr)) {
+            failDynamic();
+        }
+    }
+
+    void checkTable(int64_t addressTag, int64_t lengthTag, int64_t entryTag,
+                    uint64_t entryLength) const {
+        checkTable(addressTag, lengthTag);
+        if (valueOf(addressTag)) {
+            need(entryTag, entryLength);
+        }
+    }
+
+    /// Tables whose length is told in themselves are where a section is.
+    void checkSectionOf(int64_t tag, uint32_t type) const {
+        const auto address = valueOf(tag);
+        for (size_t i = 0; address && i < file.sections.size(); ++i) {
+            const section_t section = file.sections[i];
+            if (section.sh_type == type && section.sh_addr == *address) {
+                return;
+            }
+        }
+        if (address) {
+            failDynamic();
+        }
+    }
+
+    void checkFunction(int64_t tag) const {
+        const auto address = valueOf(tag);
+        const segment_t* const load = address ? loadedAt(*address, 1) : nullptr;
+        if (address && (load == nullptr || (load->p_flags & PF_X) == 0)) {
+            failDynamic();
+        }
+    }
+
+    const ElfFile<Elf> file;
+    std::vector<segment_t> loads;
+    std::optional<segment_t> threadData;
+    std::map<int64_t, uint64_t> dynamic;  ///< the last entry of each tag, as the loader takes it
+    std::vector<uint64_t> needed;         ///< names of libraries
+};
+
+}  // namespace vek::program
