@@ -1,3 +1,3 @@
-#include "tools/vektrace/program/commandLine.h"
+#include "tools/vektrace/commandLine.h"
 
 int main(int argc, char* argv[]) { return vek::program::run(argc, argv); }

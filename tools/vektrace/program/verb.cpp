@@ -1,7 +1,5 @@
 #include "tools/vektrace/program/verb.h"
 
-#include "tools/vektrace/plugin/loadPlugins.h"
-
 namespace vek::program {
 
 namespace {
@@ -36,13 +34,7 @@ CLI::App& addVerb(CLI::App& program, Session& session, const std::string& name,
                   const std::string& summary, std::function<void()> work) {
     CLI::App& verb = *program.add_subcommand(name, summary);
     addCommonOptions(verb, session);
-    verb.callback([&session, work = std::move(work)] {
-        session.work = [&session, work] {
-            if (loadPlugins(session)) {
-                work();
-            }
-        };
-    });
+    verb.callback([&session, work = std::move(work)] { session.work = work; });
     return verb;
 }
 

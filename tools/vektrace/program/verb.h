@@ -17,7 +17,7 @@ inline constexpr char COMMON_GROUP[] = "Common options";
 
 /// Adds a verb with the options that all verbs have. `summary` is one line without a full stop;
 /// CLI::App::footer takes the paragraphs for help and man page. When the verb is chosen the
-/// session's work is to load the plugins named, and when none is refused `work`.
+/// session's work is `work`.
 CLI::App& addVerb(CLI::App& program, Session& session, const std::string& name,
                   const std::string& summary, std::function<void()> work);
 

@@ -1,8 +1,16 @@
-#include "tools/vektrace/program/commandLine.h"
+#include "tools/vektrace/commandLine.h"
 
+#include <exception>
+#include <functional>
 #include <iostream>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "libvektrace/MessageBase.h"
+#include "tools/vektrace/plugin/loadPlugins.h"
+#include "tools/vektrace/program/errors.h"
 #include "tools/vektrace/program/manual.h"
 #include "tools/vektrace/program/output.h"
 #include "tools/vektrace/program/signals.h"
@@ -33,6 +41,15 @@ void prepareLibrary() {
 const CLI::App& chosen(const CLI::App& program) {
     const std::vector<CLI::App*> verbs = program.get_subcommands();
     return verbs.empty() ? program : *verbs.front();
+}
+
+/// What the chosen verb does, behind the plugins that are named, unless one of them is refused.
+std::function<void()> withPlugins(std::function<void()> verb, Session& session) {
+    return [verb = std::move(verb), &session] {
+        if (loadPlugins(session)) {
+            verb();
+        }
+    };
 }
 
 /// The status with which the verb ended.
@@ -90,6 +107,9 @@ int run(int argc, const char* const* argv) {
     addCommandLine(program, session);
     try {
         program.parse(argc, argv);
+        if (session.work) {
+            session.work = withPlugins(std::move(session.work), session);
+        }
     } catch (const CLI::ParseError& e) {
         session.work = answer(program, session, e);
     }
