@@ -47,6 +47,10 @@ class Help(Case):
                     self.assertRegex(text, r"^ {8}\S.*", heading)
 
 
+    def test_what_is_required_has_no_default(self):
+        self.assertIn("\n  SHELL\n", self.run_program("help", "completion", expect=0).text)
+
+
 class Version(Case):
     def test_tells_the_version_and_what_the_build_can(self):
         lines = self.run_program("--version", expect=0).lines

@@ -36,7 +36,8 @@ OptionEntry describeOption(const CLI::Option& option) {
     entry.names = optionNames(option);
     const bool takesValue = option.get_items_expected_max() != 0;
     entry.value = takesValue ? option.get_type_name() : "";
-    entry.defaultValue = takesValue ? option.get_default_str() : "";
+    const bool hasDefault = takesValue && !option.get_required();
+    entry.defaultValue = hasDefault ? option.get_default_str() : "";
     entry.description = option.get_description();
     entry.group = option.get_group();
     entry.positional = option.get_positional();
