@@ -45,6 +45,10 @@ class Listing(PluginCase):
             names = [line.split()[1] for line in lines if ":" in line]
             self.assertEqual(names, ["ping", "ethernet"])
 
+    def test_an_identifier_without_a_name_is_its_number(self):
+        result = self.run_program("plugins", "--plugin", plugin("nameless"), expect=0)
+        self.assertEqual(result.lines[1], "  0x0ab6")
+
     def test_without_a_plugin_it_says_how_to_name_one(self):
         self.assertIn("--plugin FILE", self.run_program("plugins", expect=2).complaint)
 
@@ -75,6 +79,11 @@ class Decoding(PluginCase):
         result = self.run_program("dump", "--plugin", plugin("ping"), "a.vkt", expect=3)
         self.assertIn("Id=0x8008", result.lines[0])
         self.assertIn("SYSTEM STARTUP", result.lines[1])
+
+    def test_check_names_a_refused_identifier_that_has_no_name_by_its_number(self):
+        trace = record(0x0AB6, BEGIN, b"payload")
+        result = self.run_program("check", "--plugin", plugin("nameless"), input=trace, expect=3)
+        self.assertIn("record of 23 bytes: 0x0ab6 is not decodable: invalid", result.text)
 
     def test_a_class_of_the_program_is_not_replaced(self):
         self.write("a.vkt", record(STARTUP, BEGIN))

@@ -23,6 +23,12 @@ struct Finding {
     bool isGap = false;
 };
 
+/// "0x0001 (CAN)".
+std::string identifierText(msgid_t id) {
+    const std::string_view name = identifierName(id);
+    return name.empty() ? identifierNumber(id) : fmt::format("{} ({})", identifierNumber(id), name);
+}
+
 struct Verdict {
     uint64_t records = 0;
     uint64_t bytes = 0;
@@ -196,9 +202,7 @@ private:
             return;
         }
         ++verdict.losses.refused;
-        std::string reason =
-            fmt::format("{} ({}) is not decodable: ", identifierNumber(identifierOf(record)),
-                        identifierName(identifierOf(record)));
+        std::string reason = identifierText(identifierOf(record)) + " is not decodable: ";
         appendEscaped(reason, decoded.reason);
         report("refused", record, reason);
     }

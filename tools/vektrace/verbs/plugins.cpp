@@ -23,7 +23,8 @@ void writeText(TextOutput& output, const std::vector<LoadedPlugin>& plugins) {
         output.print("{}: {} {}, interface {}\n", name, plugin.name, plugin.version,
                      plugin.interfaceVersion);
         for (const msgid_t id : plugin.identifiers) {
-            output.print("  {} {}\n", identifierNumber(id), identifierName(id));
+            const std::string_view idName = identifierName(id);
+            output.print("  {}{}{}\n", identifierNumber(id), idName.empty() ? "" : " ", idName);
         }
     }
 }
