@@ -1,6 +1,7 @@
 """What all verbs that only read have in common, at the border of the process."""
 
 import fcntl
+import json
 import os
 import resource
 import signal
@@ -73,6 +74,29 @@ class Statuses(Case):
         self.assertEqual(
             result.complaint, "vektrace: bad\\x1b[2Jname\\x0a: No such file or directory\n"
         )
+
+
+    def test_bytes_of_a_name_that_are_no_text_are_escaped_everywhere(self):
+        names = [b"a\xff.vkt", b"a\x9b2J.vkt", "a\u009b2J.vkt".encode(), b"a\xed\xa0\x80.vkt"]
+        escaped = [r"a\xff.vkt", r"a\x9b2J.vkt", r"a\xc2\x9b2J.vkt", r"a\xed\xa0\x80.vkt"]
+        for name, shown in zip(names, escaped):
+            with open(os.path.join(self.folder.encode(), name), "wb") as file:
+                file.write(JUNK)
+            for arguments in (["dump"], ["dump", "--format", "csv"], ["info"], ["check"]):
+                result = self.run_program(*arguments, name, expect=3)
+                self.assertNotIn("\u009b", result.text + result.complaint)
+                self.assertIn(shown, result.text + result.complaint)
+            self.assertIn(shown, self.run_program("check", name + b"x", expect=1).complaint)
+            for arguments in (["dump", "--format", "jsonl"], ["check", "--format", "jsonl"]):
+                line = self.run_program(*arguments, name, expect=3).lines[0]
+                try:
+                    self.assertEqual(json.loads(line)["file"], name.decode())
+                except UnicodeDecodeError:
+                    self.assertEqual(json.loads(line)["file"], shown)
+
+    def test_names_in_letters_of_any_script_are_shown_as_they_are(self):
+        result = self.run_program("dump", "M\u00fcller \u8a66\u9a13", expect=1)
+        self.assertIn("M\u00fcller \u8a66\u9a13: No such file", result.complaint)
 
 
 class Usage(Case):

@@ -35,6 +35,40 @@ TEST(Escape, ControlsOnlyLeavesLettersOfOtherScripts) {
     EXPECT_EQ(out, "M\xc3\xbcller\\x1b[2J\\x7f");
 }
 
+TEST(Escape, ControlsOnlyLeavesNothingButUtf8) {
+    const auto without = [](std::string_view text) {
+        std::string out;
+        appendWithoutControls(out, text);
+        return out;
+    };
+    EXPECT_EQ(without("a\xff"
+                      "b\x9b"),
+              "a\\xffb\\x9b");
+    EXPECT_EQ(without("\xc3"), "\\xc3");
+    EXPECT_EQ(without("\xc2\x9b"
+                      "2J"),
+              "\\xc2\\x9b2J");
+    EXPECT_EQ(without("\xc2\xa0"), "\xc2\xa0");
+    for (int first = 0; first < 256; ++first) {
+        for (int second = 0; second < 256; ++second) {
+            const char text[] = {static_cast<char>(first), static_cast<char>(second), '\xbf'};
+            EXPECT_TRUE(isUtf8(without({text, sizeof text}))) << first << ' ' << second;
+        }
+    }
+}
+
+TEST(Utf8, HasNoSurrogatesNothingBeyondItsEndAndNoLongForms) {
+    for (const char* const text : {"", "a", "\xc2\x80", "\xdf\xbf", "\xe0\xa0\x80", "\xed\x9f\xbf",
+                                   "\xee\x80\x80", "\xf0\x90\x80\x80", "\xf4\x8f\xbf\xbf"}) {
+        EXPECT_TRUE(isUtf8(text)) << text;
+    }
+    for (const char* const text :
+         {"\x80", "\xc0\x80", "\xc1\xbf", "\xe0\x9f\xbf", "\xed\xa0\x80", "\xf0\x8f\xbf\xbf",
+          "\xf4\x90\x80\x80", "\xf5\x80\x80\x80", "\xe2\x82", "a\xe2\x82z", "\xf0\x90\x80z"}) {
+        EXPECT_FALSE(isUtf8(text)) << text;
+    }
+}
+
 TEST(Escape, HexHasASeparatorOnlyBetweenBytes) {
     const unsigned char bytes[] = {0x00, 0x1f, 0xff};
     std::string out;

@@ -8,8 +8,10 @@ namespace {
 
 constexpr char DIGITS[] = "0123456789abcdef";
 
-bool isControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }
-bool isForeign(char c) { return isControl(c) || static_cast<unsigned char>(c) > 0x7f; }
+bool isForeign(char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte < 0x20 || byte > 0x7e;
+}
 
 void appendHexByte(std::string& out, unsigned char byte) {
     out += DIGITS[byte >> 4];
@@ -17,11 +19,11 @@ void appendHexByte(std::string& out, unsigned char byte) {
 }
 
 /// Runs of bytes that stay are taken in one piece: mostly there is nothing else.
-void appendUnless(bool (*escape)(char), std::string& out, std::string_view text) {
+void appendAscii(std::string& out, std::string_view text) {
     const char* from = text.data();
     const char* const end = from + text.size();
     while (from != end) {
-        const char* const stop = std::find_if(from, end, escape);
+        const char* const stop = std::find_if(from, end, isForeign);
         out.append(from, stop);
         if (stop == end) {
             return;
@@ -30,6 +32,48 @@ void appendUnless(bool (*escape)(char), std::string& out, std::string_view text)
         appendHexByte(out, static_cast<unsigned char>(*stop));
         from = stop + 1;
     }
+}
+
+// ---- UTF-8 -------------------------------------------------------------------------------------
+
+/// How many bytes the character has that begins with this byte; 0 where none does.
+size_t lengthOfCharacter(unsigned char first) {
+    if (first < 0x80) {
+        return 1;
+    }
+    if (first < 0xc2 || first > 0xf4) {
+        return 0;  // one that continues, or that only a longer form than needed has
+    }
+    return first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
+}
+
+/// What the second byte is at least and at most, so that a character is none of those that UTF-8 has
+/// not: longer than needed, a surrogate, beyond U+10FFFF.
+bool isSecond(unsigned char first, unsigned char second) {
+    const unsigned least = first == 0xe0 ? 0xa0 : first == 0xf0 ? 0x90 : 0x80;
+    const unsigned most = first == 0xed ? 0x9f : first == 0xf4 ? 0x8f : 0xbf;
+    return second >= least && second <= most;
+}
+
+/// The character that `text`, which is not empty, begins with; empty where these bytes are none.
+std::string_view characterOf(std::string_view text) {
+    const auto byte = [text](size_t i) { return static_cast<unsigned char>(text[i]); };
+    const size_t length = lengthOfCharacter(byte(0));
+    if (length > text.size() || (length > 1 && !isSecond(byte(0), byte(1)))) {
+        return {};
+    }
+    for (size_t i = 2; i < length; ++i) {
+        if ((byte(i) & 0xc0U) != 0x80) {
+            return {};
+        }
+    }
+    return text.substr(0, length);
+}
+
+bool isControl(std::string_view character) {
+    const auto first = static_cast<unsigned char>(character.front());
+    const bool isLater = first == 0xc2 && static_cast<unsigned char>(character[1]) < 0xa0;
+    return first < 0x20 || first == 0x7f || isLater;
 }
 
 /// Without a branch on a byte, so that compilers take many of them at once.
@@ -47,12 +91,32 @@ void appendEscaped(std::string& out, std::string_view text) {
     if (isPlain(text)) {
         out.append(text);
     } else {
-        appendUnless(isForeign, out, text);
+        appendAscii(out, text);
     }
 }
 
 void appendWithoutControls(std::string& out, std::string_view text) {
-    appendUnless(isControl, out, text);
+    while (!text.empty()) {
+        const std::string_view character = characterOf(text);
+        const size_t length = std::max(character.size(), size_t{1});
+        if (character.empty() || isControl(character)) {
+            appendAscii(out, text.substr(0, length));
+        } else {
+            out.append(character);
+        }
+        text.remove_prefix(length);
+    }
+}
+
+bool isUtf8(std::string_view text) {
+    while (!text.empty()) {
+        const size_t length = characterOf(text).size();
+        if (length == 0) {
+            return false;
+        }
+        text.remove_prefix(length);
+    }
+    return true;
 }
 
 void appendHex(std::string& out, const unsigned char* data, size_t length, char separator) {
