@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <iomanip>
+#include <iostream>
+#include <locale>
 #include <new>
 #include <stdexcept>
+#include <string>
 
 #include "libvektrace/SimpleMessage.h"
 
@@ -26,6 +29,13 @@ public:
 
 private:
     print_t write;
+};
+
+/// Numbers as no message wants them.
+class Grouping : public std::numpunct<char> {
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+    char do_decimal_point() const override { return ','; }
 };
 
 std::string render(MessageText& text, Printer::print_t write) {
@@ -59,9 +69,53 @@ TEST(MessageText, DoesNotPassTheStateThatAClassLeavesToTheNext) {
     render(text, [](std::ostream& os) {
         os << std::hex << std::showbase << std::setfill('*') << std::setprecision(1);
         os.width(9);
+        os.imbue(std::locale(std::locale::classic(), new Grouping));
+        os.tie(&std::cerr);
+        os.iword(0) = 1;
         os.setstate(std::ios::badbit);
+        os.rdbuf(nullptr);
     });
-    EXPECT_EQ(render(text, [](std::ostream& os) { os << 255 << ' ' << 1.25; }), "255 1.25");
+    EXPECT_EQ(render(text,
+                     [](std::ostream& os) {
+                         os << 2550 << ' ' << 1.25 << ' ' << (os.tie() == nullptr) << os.iword(0);
+                     }),
+              "2550 1.25 10");
+}
+
+TEST(MessageText, DoesNotPassTheExceptionsThatAClassAsksForToTheNext) {
+    MessageText text;
+    EXPECT_EQ(render(text,
+                     [](std::ostream& os) {
+                         os << "begin";
+                         os.exceptions(std::ios::failbit);
+                         os.setstate(std::ios::failbit);
+                     })
+                  .substr(0, 25),
+              "begin [its text failed: b");
+    EXPECT_EQ(render(text,
+                     [](std::ostream& os) {
+                         os.setstate(std::ios::failbit);
+                         os << "more";
+                     }),
+              "");
+    EXPECT_EQ(render(text, [](std::ostream& os) { os << "next"; }), "next");
+}
+
+TEST(MessageText, KeepsWhatAClassWroteBeforeItSpoiltTheStream) {
+    MessageText text;
+    EXPECT_EQ(render(text,
+                     [](std::ostream& os) {
+                         os << "begin";
+                         os.setstate(std::ios::failbit);
+                     }),
+              "begin");
+    EXPECT_EQ(render(text,
+                     [](std::ostream& os) {
+                         os << "begin";
+                         os.setstate(std::ios::badbit);
+                         throw std::runtime_error("odd");
+                     }),
+              "begin [its text failed: odd]");
 }
 
 TEST(MessageText, SaysThatAClassCouldNotWriteIt) {

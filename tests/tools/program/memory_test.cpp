@@ -1,0 +1,43 @@
+/// @file
+/// What happens where there is no memory.
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <ostream>
+
+#include "support/allocations.h"
+#include "tools/vektrace/program/MessageText.h"
+
+namespace vek::program {
+namespace {
+
+/// While its text grows an allocation fails.
+class Growing : public MessageBase {
+public:
+    Growing() : MessageBase(MSGID_CAN, 0) {}
+    MessageBase* clone() const override { return new Growing(*this); }
+    bool operator==(const MessageBase&) const override { return false; }
+    std::ostream& print(std::ostream& os) const override {
+        allocations::untilFailure = 0;
+        for (int i = 0; i < 100000; ++i) {
+            os << '!';
+        }
+        allocations::untilFailure = -1;
+        return os;
+    }
+};
+
+class Short : public Growing {
+public:
+    std::ostream& print(std::ostream& os) const override { return os << "next"; }
+};
+
+TEST(MessageTextWithoutMemory, Throws) {
+    MessageText text;
+    EXPECT_THROW(text.render(Growing()), std::bad_alloc);
+    EXPECT_EQ(text.render(Short()), "next");
+}
+
+}  // namespace
+}  // namespace vek::program
