@@ -139,6 +139,16 @@ class Refusing(DamageCase):
         self.assertIn("same file", self.refused(2, "a.vkt", "-o", "b", "--ledger", "b"))
         self.assertIn("same file", self.refused(2, "a.vkt", "--ledger", "-"))
 
+    def test_the_ledger_is_not_where_standard_output_was_redirected_to(self):
+        with open(self.path("out"), "wb") as out:
+            process = self.start(
+                "damage", "a.vkt", "-f", "--ledger", "out", stdout=out, stderr=subprocess.PIPE
+            )
+            err = process.communicate(timeout=PATIENCE)[1]
+        self.assertEqual(process.returncode, 2)
+        self.assertIn(b"same file", err)
+        self.assertEqual(self.read("out"), b"")
+
     def test_a_terminal_is_no_input(self):
         result = self.run_on_terminal("damage", terminals=(0,), expect=2)
         self.assertIn("Usage: vektrace damage", result.complaint)

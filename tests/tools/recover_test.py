@@ -240,6 +240,19 @@ class RecoverLedgerTest(Case):
         self.assertIn("in.vkt: is also an input", result.complaint)
         self.assertEqual(self.files(), ["in.vkt"])
 
+    def test_is_refused_where_standard_output_was_redirected_to(self):
+        for arguments in (("--ledger", "out"), ("-o", "out", "--ledger", "-"), ("--ledger", "/dev/stdout")):
+            with open(self.path("out"), "wb") as out:
+                process = self.start(
+                    "recover", "in.vkt", "--force", *arguments, stdout=out, stderr=subprocess.PIPE
+                )
+                err = process.communicate(timeout=PATIENCE)[1]
+            self.assertEqual(process.returncode, 2, err)
+            self.assertIn(b"--output and --ledger are the same", err)
+            self.assertEqual(self.read("out"), b"")
+        piped = self.recover("--force", "--ledger", "/dev/stdout", expect=2)
+        self.assertEqual(piped.out, b"")
+
     def test_is_not_written_over_a_file_without_force(self):
         self.write("l", b"old")
         self.recover("-o", "out.vkt", "--ledger", "l", expect=1)

@@ -31,6 +31,15 @@ void refuseInputs(const Target& target, const std::string& name,
     }
 }
 
+/// Also under another name, as where it was redirected to this file or pipe. Devices are shared without
+/// harm.
+bool isStandardOutput(const std::string& path) {
+    struct stat own = {};
+    struct stat other = {};
+    return fstat(STDOUT_FILENO, &own) == 0 && stat(path.c_str(), &other) == 0 &&
+           !S_ISCHR(own.st_mode) && own.st_dev == other.st_dev && own.st_ino == other.st_ino;
+}
+
 }  // namespace
 
 bool isSameTarget(const std::string& one, const std::string& other) {
@@ -38,7 +47,10 @@ bool isSameTarget(const std::string& one, const std::string& other) {
         std::error_code ignored;
         return std::filesystem::weakly_canonical(std::filesystem::absolute(path, ignored), ignored);
     };
-    return one == "-" || other == "-" ? one == other : target(one) == target(other);
+    if (one != "-" && other != "-") {
+        return target(one) == target(other);
+    }
+    return one == other || isStandardOutput(one == "-" ? other : one);
 }
 
 // ---- Bytes -------------------------------------------------------------------------------------

@@ -26,7 +26,8 @@ struct OutputOptions {
 /// Adds --output and --force.
 void addOutput(CLI::App& verb, OutputOptions& options);
 
-/// Whether two outputs are one: the same file, which need not exist yet, or both standard output.
+/// Whether two outputs are one: the same file, which need not exist yet, or both standard output,
+/// which may have been redirected to a file that the other one names.
 bool isSameTarget(const std::string& one, const std::string& other);
 
 /// Bytes into a file, or to standard output.
