@@ -70,6 +70,16 @@ class RecoverTest(CopyingVerb, Case):
         self.assertTrue(b"".join(records).startswith(kept))
         self.assertRegex(result.text, r"in.gz: byte \d+: the rest could not be read\n")
 
+    def test_says_that_nothing_could_be_read(self):
+        for arguments, name in (((), "standard output"), (("-o", "out.vkt"), "out.vkt")):
+            result = self.copy("missing.vkt", *arguments, expect=1)
+            self.assertEqual(
+                result.complaint,
+                "vektrace: missing.vkt: No such file or directory\n"
+                f"vektrace: {name}: not written, as nothing could be read\n",
+            )
+            self.assertEqual(result.out, b"")
+
     # Records in records
 
     def test_prefers_the_records_in_a_record_unless_sizes_are_trusted(self):

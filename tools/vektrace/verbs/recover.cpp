@@ -76,6 +76,8 @@ public:
         forEachInput(session, options.inputs, [this](Input& input) { read(input); });
         ledgerFile.write(totals);
         if (session.status() == STATUS_FAILED && records.records() == 0) {
+            session.note(
+                failureText(output.displayName(), "not written, as nothing could be read"));
             return;
         }
         verify();
