@@ -133,6 +133,40 @@ class RecoverTest(CopyingVerb, Case):
         self.assertEqual(self.files(), ["b.vkt", "in.vkt"])
 
 
+class RecoverLedgerAndOutputTest(Case):
+    def run_until(self, appears):
+        """The run, beside which a file appears that it wanted to make; the files that are there then."""
+        process = self.start(
+            *("recover", "-o", "out", "--ledger", "ledger"),
+            stdin=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+        )
+        process.stdin.write(b"".join(drive(9)))
+        process.stdin.flush()
+        end = time.monotonic() + PATIENCE
+        while len(self.files()) < 2:
+            self.assertLess(time.monotonic(), end, "no outputs were begun")
+            time.sleep(0.01)
+        self.write(appears, b"old")
+        out, err = process.communicate(timeout=PATIENCE)
+        self.assertEqual(process.returncode, 1, err)
+        self.assertEqual(self.read(appears), b"old")
+        return err.decode(), self.files()
+
+    def test_an_output_that_fails_is_told_beside_the_ledger_that_is_there(self):
+        complaint, files = self.run_until("out")
+        self.assertIn("vektrace: ledger: is whole, but out is not written\n", complaint)
+        self.assertRegex(complaint, r"vektrace: out: .*exists")
+        self.assertEqual(files, ["ledger", "out"])
+        self.assertNotEqual(self.read("ledger"), b"")
+
+    def test_no_output_is_there_without_its_ledger(self):
+        complaint, files = self.run_until("ledger")
+        self.assertRegex(complaint, r"vektrace: ledger: .*exists")
+        self.assertNotIn("is whole", complaint)
+        self.assertEqual(files, ["ledger"])
+
+
 class RecoverLedgerTest(Case):
     def setUp(self):
         super().setUp()

@@ -14,6 +14,21 @@ void reportGaps(Session& session, const Input& input, const GapTotals& gaps,
     }
 }
 
+void commitWithLedger(Session& session, Output* ledger, Output& output) {
+    if (ledger == nullptr) {
+        output.commit();
+        return;
+    }
+    ledger->commit();
+    try {
+        output.commit();
+    } catch (...) {
+        session.note(failureText(ledger->displayName(),
+                                 "is whole, but " + output.displayName() + " is not written"));
+        throw;
+    }
+}
+
 void conclude(Session& session, Output& output, const InputTally& inputs) {
     if (inputs.isWhole() || session.stopped()) {
         output.commit();

@@ -36,6 +36,10 @@ inline constexpr char UNREADABLE[] =
     "without sync markers these records are not all told apart: their identifiers are unknown, or "
     "their times too far from each other";
 
+/// Commits the ledger, if there is one, and then the output that it accounts for: the output is never
+/// there without it. Where the output fails then, the session is told that the ledger is there alone.
+void commitWithLedger(Session& session, Output* ledger, Output& output);
+
 /// Commits the output when every input that could be opened was read to its end, or else leaves no
 /// file: one whose end is missing looks like a whole one. Throws what Output::commit throws.
 void conclude(Session& session, Output& output, const InputTally& inputs);

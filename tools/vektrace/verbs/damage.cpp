@@ -1,3 +1,4 @@
+#include "tools/vektrace/copying/conclusion.h"
 #include "tools/vektrace/copying/quantity.h"
 #include "tools/vektrace/making/Damager.h"
 #include "tools/vektrace/making/Share.h"
@@ -152,10 +153,7 @@ void damage(const DamageOptions& options, Session& session) {
     };
     Damager damager(plan, input.size(), write, observe);
     damageAll(input, damager, session);
-    output.commit();
-    if (ledger) {
-        ledger->commit();
-    }
+    commitWithLedger(session, ledger.get(), output);
     account.finish();
 }
 

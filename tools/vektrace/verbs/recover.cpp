@@ -4,6 +4,7 @@
 
 #include "tools/vektrace/copying/Ledger.h"
 #include "tools/vektrace/copying/RecordOutput.h"
+#include "tools/vektrace/copying/conclusion.h"
 #include "tools/vektrace/program/inputs.h"
 #include "tools/vektrace/program/losses.h"
 #include "tools/vektrace/program/verb.h"
@@ -50,11 +51,8 @@ public:
         }
     }
 
-    void commit() {
-        if (output != nullptr) {
-            output->commit();
-        }
-    }
+    /// Null where none is wanted.
+    Output* get() const { return output.get(); }
 
 private:
     ledgerFormat_t format;
@@ -81,8 +79,7 @@ public:
             return;
         }
         verify();
-        output.commit();
-        ledgerFile.commit();
+        commitWithLedger(session, ledgerFile.get(), output);
     }
 
 private:
@@ -161,6 +158,8 @@ constexpr char DETAILS[] =
     "Before the output gets its name it is read again, and must give the same records: their "
     "number, their bytes and a checksum. Where it does not, the status is 1 and there is no "
     "output.\n"
+    "The ledger gets its name before the output does, so that the output is never there without "
+    "it.\n"
     "The ledger as JSON lines (schema vektrace.ledger/1) has an object for each stretch that "
     "was dropped, for each record that can be read in two ways, and one with the totals at the "
     "end.";
