@@ -8,6 +8,8 @@
 
 #include "support/allocations.h"
 #include "tools/vektrace/program/MessageText.h"
+#include "tools/vektrace/program/Progress.h"
+#include "tools/vektrace/program/Session.h"
 
 namespace vek::program {
 namespace {
@@ -37,6 +39,19 @@ TEST(MessageTextWithoutMemory, Throws) {
     MessageText text;
     EXPECT_THROW(text.render(Growing()), std::bad_alloc);
     EXPECT_EQ(text.render(Short()), "next");
+}
+
+TEST(ProgressWithoutMemory, EndsQuietly) {
+    Session session;
+    session.progress = Session::WHEN_ALWAYS;
+    {
+        Progress progress(session, 1000);
+        progress.advance(500);  // so that there is much to be shown
+        allocations::untilFailure = 0;
+    }
+    const bool hasFailed = allocations::untilFailure == -1;
+    allocations::untilFailure = -1;
+    EXPECT_TRUE(hasFailed);
 }
 
 }  // namespace

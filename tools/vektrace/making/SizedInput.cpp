@@ -1,8 +1,11 @@
 #include "tools/vektrace/making/SizedInput.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <limits>
 
@@ -13,18 +16,16 @@ namespace vek::program {
 namespace {
 
 constexpr size_t PIECE = 0x10000;
+constexpr char TEMPORARY[] = "a temporary file";
 
-/// A file that is gone with its descriptor; null with errno.
-std::FILE* openNameless() {
+/// A file that is gone when it is closed.
+std::unique_ptr<const FileDescriptor> openNameless() {
     const char* const folder = std::getenv("TMPDIR");
     std::string path = (folder != nullptr && *folder != '\0' ? folder : "/tmp");
     path += "/vektrace-XXXXXX";
-    const int fd = mkstemp(path.data());
-    if (fd == -1) {
-        return nullptr;
-    }
+    auto file = std::make_unique<const FileDescriptor>(mkostemp(path.data(), O_CLOEXEC), TEMPORARY);
     static_cast<void>(unlink(path.c_str()));
-    return fdopen(fd, "w+");
+    return file;
 }
 
 }  // namespace
@@ -42,11 +43,14 @@ SizedInput::SizedInput(Session& _session, const std::string& path)
         return;
     }
     const off_t position = lseek(file.get(), 0, SEEK_CUR);
+    if (position == -1) {
+        fail(errno);
+    }
     total = static_cast<uint64_t>(std::max<off_t>(status.st_size - position, 0));
 }
 
 bool SizedInput::read(byteVec_t& piece) {
-    readSome(spooled ? fileno(spooled.get()) : file.get(), piece, total - done);
+    readSome(spooled ? spooled->get() : file.get(), piece, total - done);
     if (piece.empty() && done < total) {
         throw Failure(name, done, "it has become shorter while it was read");
     }
@@ -55,17 +59,16 @@ bool SizedInput::read(byteVec_t& piece) {
 }
 
 void SizedInput::spool() {
-    spooled.reset(openNameless());
-    if (!spooled) {
-        throw Failure("a temporary file", systemReason(errno));
-    }
+    spooled = openNameless();
     byteVec_t piece;
     do {
         readSome(file.get(), piece, std::numeric_limits<uint64_t>::max());
         writeToSpool(piece);
         total += piece.size();
     } while (!piece.empty());
-    static_cast<void>(lseek(fileno(spooled.get()), 0, SEEK_SET));
+    if (lseek(spooled->get(), 0, SEEK_SET) != 0) {
+        throw Failure(TEMPORARY, systemReason(errno));
+    }
 }
 
 void SizedInput::readSome(int from, byteVec_t& piece, uint64_t most) {
@@ -86,12 +89,11 @@ void SizedInput::readSome(int from, byteVec_t& piece, uint64_t most) {
 void SizedInput::writeToSpool(const byteVec_t& piece) {
     size_t written = 0;
     while (written < piece.size()) {
-        const ssize_t count =
-            write(fileno(spooled.get()), piece.data() + written, piece.size() - written);
+        const ssize_t count = write(spooled->get(), piece.data() + written, piece.size() - written);
         if (count >= 0) {
             written += static_cast<size_t>(count);
         } else if (errno != EINTR) {
-            throw Failure("a temporary file", systemReason(errno));
+            throw Failure(TEMPORARY, systemReason(errno));
         }
     }
 }

@@ -2,7 +2,7 @@
 /// Bytes of a file or a pipe whose number is known before the first of them is read.
 #pragma once
 
-#include <cstdio>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -33,14 +33,10 @@ private:
     void writeToSpool(const byteVec_t& piece);
     [[noreturn]] void fail(int error) const;
 
-    struct Closer {
-        void operator()(std::FILE* open) const { static_cast<void>(std::fclose(open)); }
-    };
-
     Session& session;
     const std::string name;
     const FileDescriptor file;
-    std::unique_ptr<std::FILE, Closer> spooled;  ///< null: the file itself is read
+    std::unique_ptr<const FileDescriptor> spooled;  ///< null: the file itself is read
     uint64_t total = 0;
     uint64_t done = 0;
 };

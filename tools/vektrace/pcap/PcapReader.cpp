@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <exception>
 #include <limits>
+#include <new>
 
 #include "tools/vektrace/program/inputs.h"
 #include "tools/vektrace/program/timeUnits.h"
@@ -49,6 +51,7 @@ PcapReader::PcapReader(Session& _session, const std::string& path, int linkType,
         pcap_fopen_offline_with_tstamp_precision(stream, PCAP_TSTAMP_PRECISION_MICRO, reason));
     if (!handle) {
         static_cast<void>(std::fclose(stream));
+        check();
         fail(0, reason);
     }
     checkLinkType(linkType);
@@ -68,6 +71,7 @@ bool PcapReader::next(Packet& packet) {
     packet.offset = position();
     pcap_pkthdr* header = nullptr;
     const int result = pcap_next_ex(handle.get(), &header, &packet.data);
+    check();
     if (session.stopped()) {
         throw Interrupted();
     }
@@ -88,8 +92,22 @@ uint64_t PcapReader::position() const {
     return static_cast<uint64_t>(ftello(pcap_file(handle.get())));
 }
 
+/// No exception may pass through libpcap: it is kept until that has returned.
 ssize_t PcapReader::give(void* reader, char* bytes, size_t length) {
-    return static_cast<PcapReader*>(reader)->readSome(bytes, length);
+    PcapReader& self = *static_cast<PcapReader*>(reader);
+    try {
+        return self.readSome(bytes, length);
+    } catch (...) {
+        self.failure = std::current_exception();
+        errno = EIO;
+        return -1;
+    }
+}
+
+void PcapReader::check() const {
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
 }
 
 ssize_t PcapReader::readSome(char* bytes, size_t length) {

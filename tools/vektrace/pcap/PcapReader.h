@@ -5,7 +5,11 @@
 
 #include <pcap/pcap.h>
 
-#include <cstdio>
+#include <sys/types.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <exception>
 #include <memory>
 #include <string>
 
@@ -42,6 +46,7 @@ public:
 private:
     static ssize_t give(void* reader, char* bytes, size_t length);
     static int tell(void* reader, off64_t* position, int whence);
+    void check() const;
     ssize_t readSome(char* bytes, size_t length);
     uint64_t position() const;
     [[noreturn]] void fail(uint64_t offset, const std::string& reason) const;
@@ -56,6 +61,7 @@ private:
     const std::string displayName;
     const FileDescriptor file;
     uint64_t bytesRead = 0;
+    std::exception_ptr failure;  ///< what was thrown while libpcap was at work
     std::unique_ptr<pcap_t, Closer> handle;
     uint64_t count = 0;
 };

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 #include <limits>
+#include <new>
+#include <stdexcept>
 
 #include "tools/vektrace/program/timeUnits.h"
 
@@ -17,13 +19,17 @@ constexpr size_t BUFFER = 0x10000;
 
 PcapWriter::PcapWriter(Output& _output)
     : output(_output), handle(pcap_open_dead(RECORD_LINK_TYPE, SNAPLEN)) {
+    if (!handle) {
+        throw std::bad_alloc();
+    }
     std::FILE* const file = fopencookie(this, "w", {nullptr, &PcapWriter::take, nullptr, nullptr});
-    if (!handle || file == nullptr) {
+    if (file == nullptr) {
         throw std::bad_alloc();
     }
     static_cast<void>(std::setvbuf(file, nullptr, _IOFBF, BUFFER));
     dumper.reset(pcap_dump_fopen(handle.get(), file));
     if (!dumper) {
+        // libpcap has closed the file then: what failed was to write to it.
         check();
         throw std::runtime_error(pcap_geterr(handle.get()));
     }

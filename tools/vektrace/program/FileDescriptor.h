@@ -15,13 +15,16 @@ namespace vek::program {
 class FileDescriptor {
 public:
     explicit FileDescriptor(int standardStream) : fd(standardStream) {}
-    /// Throws Failure.
-    FileDescriptor(const std::string& path, int flags)
-        : fd(open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY)), owned(true) {
+    /// What was just opened as `name`, and is closed in the end; -1 with errno where that failed. Throws
+    /// Failure.
+    FileDescriptor(int opened, const std::string& name) : fd(opened), owned(true) {
         if (fd == -1) {
-            throw Failure(path, systemReason(errno));
+            throw Failure(name, systemReason(errno));
         }
     }
+    /// Throws Failure.
+    FileDescriptor(const std::string& path, int flags)
+        : FileDescriptor(open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY), path) {}
     ~FileDescriptor() {
         if (owned) {
             static_cast<void>(close(fd));

@@ -3,6 +3,9 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <cstddef>
+#include <iterator>
+
 namespace vek::program {
 
 namespace {
@@ -25,7 +28,8 @@ std::string sizeText(double bytes) {
     return fmt::format("{:.{}f} {}", bytes, unit == 0 || bytes >= 100 ? 0 : 1, UNITS[unit]);
 }
 
-std::string durationText(uint64_t seconds) {
+/// "1:02:03", "0:07".
+std::string clockText(uint64_t seconds) {
     return seconds < 3600
                ? fmt::format("{}:{:02}", seconds / 60, seconds % 60)
                : fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
@@ -43,7 +47,7 @@ std::string progressText(uint64_t done, uint64_t total, double seconds) {
     text += fmt::format(", {:.0f}%", 100 * part);
     if (rate > 0) {
         const double left = static_cast<double>(total - done) / rate;
-        text += fmt::format(", {} left", durationText(static_cast<uint64_t>(left)));
+        text += fmt::format(", {} left", clockText(static_cast<uint64_t>(left)));
     }
     return text;
 }
@@ -59,7 +63,11 @@ Progress::~Progress() {
         return;
     }
     if (session.progress == Session::WHEN_ALWAYS) {
-        show(clock_t::now());
+        try {
+            show(clock_t::now());
+        } catch (...) {
+            // Without the last state: an exception may be on its way already.
+        }
     }
     session.endTransient(session.progress == Session::WHEN_ALWAYS);
 }
