@@ -1,10 +1,12 @@
 """vektrace filter: which records are copied, and what becomes of everything else."""
 
 import gzip
+import os
 import random
+import subprocess
 
 from copying_support import CopyingVerb
-from support import BEGIN, CAN, LIN, NAMELESS, SECOND, STARTUP, Case, drive, record
+from support import BEGIN, CAN, LIN, NAMELESS, PATIENCE, SECOND, STARTUP, Case, drive, record
 
 # As a storage holds that was never written: what stands before and behind is read well.
 JUNK = bytes(40)
@@ -177,6 +179,19 @@ class FilterByNumberTest(Case):
     def test_reads_standard_input_once_only(self):
         result = self.run_program("filter", "-", "-", input=b"", expect=2)
         self.assertIn("standard input can be read once only", result.complaint)
+
+    def test_reads_standard_input_again_where_it_is_a_file(self):
+        records = [record(CAN, BEGIN + i, bytes([i % 256]) * 65000) for i in range(1100)]
+        self.write("a.vkt", b"in front", *records)
+        for begin in (0, 8 + len(records[0])):
+            with open(self.path("a.vkt"), "rb") as file:
+                os.lseek(file.fileno(), begin, os.SEEK_SET)
+                process = self.start(
+                    "filter", "--last", "1090", stdin=file, stdout=subprocess.PIPE, stderr=subprocess.PIPE
+                )
+                out, err = process.communicate(timeout=PATIENCE)
+            self.assertEqual(process.returncode, 3 if begin == 0 else 0, err)
+            self.assertTrue(out == b"".join(records[10:]), len(out))
 
     def test_refuses_to_keep_too_much_of_a_pipe(self):
         trace = b"".join(record(CAN, BEGIN + i, bytes(65000)) for i in range(1100))

@@ -1,3 +1,6 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <optional>
@@ -88,10 +91,20 @@ Selection selectionOf(const FilterOptions& options) {
     return selection;
 }
 
+/// Where standard input stands when it is a file that can be read again from there.
+std::optional<off_t> positionOfInput() {
+    struct stat status = {};
+    const off_t position = lseek(STDIN_FILENO, 0, SEEK_CUR);
+    return fstat(STDIN_FILENO, &status) == 0 && S_ISREG(status.st_mode) && position != -1
+               ? std::optional<off_t>(position)
+               : std::nullopt;
+}
+
 bool areFiles(const std::vector<std::string>& paths) {
     return std::all_of(paths.begin(), paths.end(), [](const std::string& path) {
         std::error_code ignored;
-        return path != "-" && std::filesystem::is_regular_file(path, ignored);
+        return path == "-" ? positionOfInput().has_value()
+                           : std::filesystem::is_regular_file(path, ignored);
     });
 }
 
@@ -170,6 +183,10 @@ private:
 
     /// Reads again and leaves out as many as there are before the last ones.
     void readLast() {
+        if (inputPosition) {
+            // Where this fails there are too few records, which is told below.
+            static_cast<void>(lseek(STDIN_FILENO, *inputPosition, SEEK_SET));
+        }
         InputOptions again = options.inputs;
         again.paths = inputs.paths();
         const uint64_t wanted = std::min<uint64_t>(last.added(), options.last);
@@ -200,6 +217,7 @@ private:
     Output output;
     RecordOutput records;
     const bool readTwice;
+    const std::optional<off_t> inputPosition = positionOfInput();
     LastRecords last;
     InputTally inputs;
     bool windowKnown = false;
@@ -237,7 +255,8 @@ constexpr char DETAILS[] =
     "TIME is RFC 3339 text (2009-02-13T23:31:30Z), a date, @SECONDS since 1970, or +SECONDS "
     "from the first record of the first input.\n"
     "--last keeps up to 4 MiB of records while it reads files, and reads them a second time "
-    "where that is not enough; of a pipe it keeps up to 64 MiB.";
+    "where that is not enough, also standard input where it is a file; of a pipe it keeps up to "
+    "64 MiB, and is an error beyond.";
 
 }  // namespace
 
