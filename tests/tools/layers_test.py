@@ -10,7 +10,7 @@ SOURCES = os.path.join(os.environ["VEKTRACE_SOURCE"], "tools", "vektrace")
 BELOW = {
     "": {"program", "plugin", "verbs"},
     "verbs": {"copying", "making", "pcap", "plugin", "program"},
-    "pcap": {"program"},
+    "pcap": {"copying", "program"},
     "plugin": {"program"},
     "copying": {"program"},
     "making": {"program"},

@@ -1,5 +1,6 @@
 """The verbs export and import: traces as captures, and back without a difference."""
 
+import gzip
 import os
 import signal
 import subprocess
@@ -88,11 +89,24 @@ class Exporting(CaptureCase):
         result = self.run_program("export", "missing.vkt", "a.vkt", expect=1)
         self.assertEqual(result.out, whole)
 
-    def test_an_unreadable_input_leaves_no_file(self):
+    def test_a_missing_input_is_told_and_the_others_are_converted(self):
         self.write("a.vkt", *drive(2))
+        whole = self.run_program("export", "a.vkt", expect=0).out
         result = self.run_program("export", "missing.vkt", "a.vkt", "-o", "a.pcap", expect=1)
-        self.assertIn("missing.vkt: No such file or directory", result.complaint)
-        self.assertEqual(self.files(), ["a.vkt"])
+        self.assertEqual(result.complaint, "vektrace: missing.vkt: No such file or directory\n")
+        self.assertEqual(self.read("a.pcap"), whole)
+
+    def test_no_input_at_all_leaves_no_file(self):
+        result = self.run_program("export", "missing.vkt", "-o", "a.pcap", expect=1)
+        self.assertIn("a.pcap: not written", result.complaint)
+        self.assertEqual(self.files(), [])
+
+    def test_an_input_that_breaks_off_leaves_no_file(self):
+        self.write("a.gz", gzip.compress(b"".join(drive(2000)))[:-30])
+        self.write("b.vkt", *drive(2))
+        result = self.run_program("export", "a.gz", "b.vkt", "-o", "a.pcap", expect=1)
+        self.assertIn("a.pcap: not written, as an input could not be read", result.complaint)
+        self.assertEqual(self.files(), ["a.gz", "b.vkt"])
 
 
 class Importing(CaptureCase):
@@ -182,11 +196,23 @@ class Importing(CaptureCase):
         other = record(CAN, BEGIN, bytes(100), marked=False)
         self.assertEqual(self.imported(capture([plain, other], [BEGIN] * 2)), plain + other)
 
-    def test_a_missing_capture_is_told_and_leaves_no_file(self):
+    def test_a_missing_capture_is_told_and_the_others_are_converted(self):
         self.write("a.pcap", capture(drive(2)))
         result = self.run_program("import", "missing", "a.pcap", "-o", "a.vkt", expect=1)
-        self.assertIn("missing: No such file or directory", result.complaint)
-        self.assertEqual(self.files(), ["a.pcap"])
+        self.assertEqual(result.complaint, "vektrace: missing: No such file or directory\n")
+        self.assertEqual(self.read("a.vkt"), b"".join(drive(2)))
+
+    def test_no_capture_at_all_leaves_no_file(self):
+        result = self.run_program("import", "missing", "-o", "a.vkt", expect=1)
+        self.assertIn("a.vkt: not written", result.complaint)
+        self.assertEqual(self.files(), [])
+
+    def test_a_capture_that_breaks_off_leaves_no_file(self):
+        self.write("a.pcap", capture(drive(2))[:-3])
+        self.write("b.pcap", capture(drive(2)))
+        result = self.run_program("import", "a.pcap", "b.pcap", "-o", "a.vkt", expect=1)
+        self.assertIn("a.vkt: not written, as an input could not be read", result.complaint)
+        self.assertEqual(self.files(), ["a.pcap", "b.pcap"])
 
 
 class Streams(CaptureCase):

@@ -2,9 +2,9 @@
 
 namespace vek::program {
 
-void InputTally::add(const Input& input) {
-    opened.push_back(input.path());
-    failed = failed || input.failed();
+void InputTally::add(const std::string& path, bool inputFailed) {
+    opened.push_back(path);
+    failed = failed || inputFailed;
 }
 
 void reportGaps(Session& session, const Input& input, const GapTotals& gaps,

@@ -14,11 +14,11 @@ namespace vek::program {
 /// The inputs that were opened, and how they ended.
 class InputTally {
 public:
-    void add(const Input& input);
+    void add(const Input& input) { add(input.path(), input.failed()); }
+    void add(const std::string& path, bool inputFailed);
 
     /// Whether there was one at all, and each could be read to its end.
     bool isWhole() const { return !opened.empty() && !failed; }
-    bool anyFailed() const { return failed; }
     const std::vector<std::string>& paths() const { return opened; }
 
 private:

@@ -1,3 +1,4 @@
+#include "tools/vektrace/copying/conclusion.h"
 #include "tools/vektrace/pcap/PcapWriter.h"
 #include "tools/vektrace/pcap/conversion.h"
 #include "tools/vektrace/program/losses.h"
@@ -52,10 +53,13 @@ void exportCapture(const InputOptions& inputs, const OutputOptions& options, Ses
     Output output(session, options, paths);
     PcapWriter capture(output);
     framing_t framing = FRAMING_DETECT;
-    forEachInput(session, inputs,
-                 [&](Input& input) { exportInput(capture, framing, input, session); });
+    InputTally opened;
+    forEachInput(session, inputs, [&](Input& input) {
+        exportInput(capture, framing, input, session);
+        opened.add(input);
+    });
     capture.flush();
-    output.commitUnlessFailed();
+    conclude(session, output, opened);
 }
 
 }  // namespace vek::program

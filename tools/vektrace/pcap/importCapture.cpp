@@ -1,3 +1,4 @@
+#include "tools/vektrace/copying/conclusion.h"
 #include "tools/vektrace/pcap/PacketRecord.h"
 #include "tools/vektrace/pcap/PcapWriter.h"
 #include "tools/vektrace/pcap/conversion.h"
@@ -11,10 +12,10 @@ class Importer {
 public:
     Importer(Session& _session, Output& _output) : session(_session), output(_output) {}
 
-    void import(PcapReader& capture);
+    /// False where it could not be read to its end, of which the session was told.
+    bool import(PcapReader& capture);
 
 private:
-    bool next(PcapReader& capture, Packet& packet);
     void import(const PcapReader& capture, const Packet& packet);
     void lose(const PcapReader& capture, const Packet& packet, const std::string& reason);
 
@@ -23,19 +24,18 @@ private:
     framing_t framing = FRAMING_DETECT;  ///< of the trace, once it has a record
 };
 
-void Importer::import(PcapReader& capture) {
+bool Importer::import(PcapReader& capture) {
     Packet packet;
-    while (next(capture, packet)) {
+    while (true) {
+        try {
+            if (!capture.next(packet)) {
+                return true;
+            }
+        } catch (const Failure& e) {
+            session.error(e.what());
+            return false;
+        }
         import(capture, packet);
-    }
-}
-
-bool Importer::next(PcapReader& capture, Packet& packet) {
-    try {
-        return capture.next(packet);
-    } catch (const Failure& e) {
-        session.error(e.what());
-        return false;
     }
 }
 
@@ -88,12 +88,13 @@ void importCapture(const InputOptions& inputs, const OutputOptions& options, Ses
     Output output(session, options, paths);
     Progress progress(session, totalSize(paths));
     Importer importer(session, output);
+    InputTally opened;
     for (const std::string& path : paths) {
         if (const auto capture = open(session, path, progress)) {
-            importer.import(*capture);
+            opened.add(path, !importer.import(*capture));
         }
     }
-    output.commitUnlessFailed();
+    conclude(session, output, opened);
 }
 
 }  // namespace vek::program

@@ -135,17 +135,6 @@ void Output::commit() {
     guarded([&] { writer->commit(); });
 }
 
-void Output::commitUnlessFailed() {
-    if (session.status() != STATUS_FAILED || session.stopped()) {
-        commit();
-        return;
-    }
-    flush();
-    if (file) {
-        session.note(failureText(name, "not written, as an input could not be read"));
-    }
-}
-
 int Output::readBack() {
     flush();
     const int fd = writer->descriptor();

@@ -46,9 +46,6 @@ public:
     void flush();
     /// Throws like write(), and Interrupted when the session was stopped, with no file then.
     void commit();
-    /// Commits unless the session's status is STATUS_FAILED: what could be read is not what was asked
-    /// for then, and what there is goes to standard output only.
-    void commitUnlessFailed();
 
     uint64_t size() const { return writer->size(); }
     /// The file's path, or "standard output".
