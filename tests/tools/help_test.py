@@ -47,6 +47,11 @@ class Help(Case):
                     self.assertRegex(text, r"^ {8}\S.*", heading)
 
 
+    def test_what_chooses_between_records_in_records_tells_both_rules(self):
+        for verb in ("dump", "info", "check", "filter", "merge", "recover"):
+            text = " ".join(self.run_program("help", verb, expect=0).text.split())
+            self.assertRegex(text, "fill (another one|it) exactly, or eight in a row lie inside of it")
+
     def test_what_is_required_has_no_default(self):
         self.assertIn("\n  SHELL\n", self.run_program("help", "completion", expect=0).text)
 

@@ -24,7 +24,9 @@ void addInputs(CLI::App& verb, InputOptions& options) {
 void addSizeRule(CLI::App& verb, InputOptions& options) {
     verb.add_flag_callback(
         "--prefer-chain", [&options] { options.rule = RULE_PREFER_CHAIN; },
-        "Where whole records fill another one exactly, take them for records and not it.");
+        "Where whole records fill another one exactly, or eight in a row lie inside of it, take "
+        "them "
+        "for records and not it.");
 }
 
 std::vector<std::string> inputPaths(const InputOptions& options) {

@@ -152,8 +152,9 @@ private:
 constexpr char DETAILS[] =
     "Writes the good records of damaged traces one after the other, byte for byte, and nothing "
     "else; what is dropped is counted on standard error and listed in the ledger. Where whole "
-    "records fill another one exactly, these are taken and not it, unless --trust-sizes says "
-    "otherwise. What can be read of an input that cannot be read to its end is recovered too; "
+    "records fill another one exactly, or eight in a row lie inside of it, these are taken and not "
+    "it, unless --trust-sizes says otherwise. What can be read of an input that cannot be read to "
+    "its end is recovered too; "
     "the status is 1 then.\n"
     "Before the output gets its name it is read again, and must give the same records: their "
     "number, their bytes and a checksum. Where it does not, the status is 1 and there is no "
@@ -175,7 +176,9 @@ void addRecover(CLI::App& program, Session& session) {
     addOutput(verb, options->output);
     verb.add_flag_callback(
         "--trust-sizes", [options] { options->inputs.rule = RULE_TRUST_SIZES; },
-        "Take a record that whole records fill for a record.");
+        "Take a record for a record also where whole records fill it exactly, or eight in a row "
+        "lie "
+        "inside of it.");
     verb.add_option("--ledger", options->ledger,
                     "List in this file what was dropped; - is standard output.")
         ->type_name("FILE");
