@@ -104,6 +104,17 @@ class Times(Case):
             ["2023-11-14 22:13:20.000000", "1970-01-01 00:00:05.000000"],
         )
 
+    def test_only_the_text_of_the_library_begins_anew_in_2106(self):
+        for digits in range(6):
+            shown = self.times("--precision", str(digits), stamps=[BEYOND_2106])
+            self.assertTrue(shown[0].startswith("2106-02-07 06:28:21"), shown)
+        for style in ("local", "epoch"):
+            shown = self.times("--time", style, stamps=[BEYOND_2106])
+            self.assertRegex(shown[0], r"^(2106-02-07 06:28:21|4294967301)\.")
+        self.assertEqual(self.times(stamps=[BEYOND_2106]), ["1970-01-01 00:00:05.000000"])
+        text = " ".join(self.run_program("help", "dump", expect=0).text.split())
+        self.assertIn("from 2106 on it begins at 1970 again", text)
+
     def test_epoch(self):
         self.assertEqual(
             self.times("--time=epoch", stamps=[0, BEGIN + 1, 2**64 - 1]),

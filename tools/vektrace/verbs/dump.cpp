@@ -82,6 +82,10 @@ constexpr char DETAILS[] =
     "its identifier, or the class refuses the record, the text says so and shows the payload. "
     "Bytes "
     "that are no record are lines of their own, which begin with two hyphens.\n"
+    "The library's own text of a time has 32 bits of seconds: from 2106 on it begins at 1970 "
+    "again. "
+    "With another --time or --precision than the default, and in jsonl and csv, all of the time is "
+    "shown.\n"
     "Control bytes and bytes beyond ASCII are shown as \\x and two digits.\n"
     "Exit status 3 says that there were such bytes, or records that their class refused. An "
     "identifier without a class is no loss.";
