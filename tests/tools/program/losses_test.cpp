@@ -58,10 +58,10 @@ TEST(Losses, AreToldInOneLine) {
     losses.refused = 2;
     Gap gap;
     gap.length = 1;
-    losses.add(gap);
+    losses.gaps.add(gap);
     EXPECT_EQ(losses.text(), "1 gap (1 byte), 2 records refused by their decoders");
     gap.length = 44;
-    losses.add(gap);
+    losses.gaps.add(gap);
     losses.refused = 0;
     EXPECT_EQ(losses.text(), "2 gaps (45 bytes)");
 }

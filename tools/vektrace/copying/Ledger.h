@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "tools/vektrace/copying/GapTotals.h"
+#include "tools/vektrace/program/losses.h"
 
 namespace vek::program {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/vektrace/copying/GapTotals.h"
 #include "tools/vektrace/program/inputs.h"
+#include "tools/vektrace/program/losses.h"
 #include "tools/vektrace/program/output.h"
 
 namespace vek::program {

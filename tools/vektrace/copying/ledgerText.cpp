@@ -45,7 +45,7 @@ std::string lineOf(rapidjson::StringBuffer& buffer) {
     return std::string(buffer.GetString(), buffer.GetSize()) + '\n';
 }
 
-void addCounts(jsonLine_t& writer, const GapTotals::Count& count) {
+void addCounts(jsonLine_t& writer, const GapCount& count) {
     addMember(writer, "gaps", count.gaps);
     addMember(writer, "bytes", count.bytes);
 }
@@ -53,15 +53,12 @@ void addCounts(jsonLine_t& writer, const GapTotals::Count& count) {
 void addReasons(jsonLine_t& writer, const GapTotals& totals) {
     writer.Key("reasons");
     writer.StartArray();
-    for (int reason = 0; reason < GAP_NUM; ++reason) {
-        const GapTotals::Count& count = totals.byReason[static_cast<size_t>(reason)];
-        if (count.gaps > 0) {
-            writer.StartObject();
-            addMember(writer, "reason", gapReasonText(static_cast<gapReason_t>(reason)));
-            addCounts(writer, count);
-            writer.EndObject();
-        }
-    }
+    totals.forEachReason([&](gapReason_t reason, const GapCount& count) {
+        writer.StartObject();
+        addMember(writer, "reason", gapReasonText(reason));
+        addCounts(writer, count);
+        writer.EndObject();
+    });
     writer.EndArray();
 }
 

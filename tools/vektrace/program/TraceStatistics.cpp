@@ -82,8 +82,7 @@ void TraceStatistics::addToRow(IdentifierStatistics& row, const TraceSpan& recor
 
 void TraceStatistics::addGap(const Gap& gap) {
     bytes += gap.length;
-    losses.add(gap);
-    gapsByReason[gap.reason].add(gap);
+    losses.gaps.add(gap);
 }
 
 }  // namespace vek::program

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <array>
-#include <map>
 #include <memory>
 #include <vector>
 
@@ -68,7 +67,6 @@ public:
     uint64_t records = 0;
     uint64_t bytes = 0;  ///< of records and gaps
     Losses losses;       ///< `refused` is the caller's to count
-    std::map<gapReason_t, Losses> gapsByReason;
     uint64_t backwardSteps = 0;
     uint64_t largestBackwardStep = 0;  ///< in microseconds
     TimeScale scale;

@@ -60,7 +60,7 @@ std::string bashWords(const CommandEntry& command) {
 }
 
 constexpr char BASH_BEGIN[] =
-    R"(# Completes the command line of vektrace. For this session: . <(vektrace completion bash)
+    R"(# Completes the command line of vektrace. For this shell: . <(vektrace completion bash)
 _vektrace() {
     local current=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
     local verb='' word options='' arguments='' values='-'

@@ -34,10 +34,45 @@ void GapCollector::finish() {
     }
 }
 
+// ---- Counts ------------------------------------------------------------------------------------
+
+GapCount& GapCount::operator+=(const GapCount& other) {
+    gaps += other.gaps;
+    bytes += other.bytes;
+    return *this;
+}
+
+std::string GapCount::text() const {
+    return fmt::format("{} ({})", countText(gaps, "gap"), countText(bytes, "byte"));
+}
+
+void GapTotals::add(gapReason_t reason, const GapCount& count) {
+    all += count;
+    byReason[static_cast<size_t>(reason)] += count;
+}
+
+GapTotals& GapTotals::operator+=(const GapTotals& other) {
+    all += other.all;
+    for (size_t reason = 0; reason < byReason.size(); ++reason) {
+        byReason[reason] += other.byReason[reason];
+    }
+    return *this;
+}
+
+std::string gapText(const GapTotals& totals) {
+    std::string reasons;
+    totals.forEachReason([&](gapReason_t reason, const GapCount& count) {
+        reasons +=
+            fmt::format("{}{} {}", reasons.empty() ? "" : ", ", count.gaps, gapReasonText(reason));
+    });
+    return fmt::format("{}, {} ({})", countText(totals.all.gaps, "gap"),
+                       countText(totals.all.bytes, "byte"), reasons);
+}
+
 std::string Losses::text() const {
     std::string result;
-    if (gaps != 0) {
-        result = fmt::format("{} ({})", countText(gaps, "gap"), countText(gapBytes, "byte"));
+    if (gaps.all.gaps != 0) {
+        result = gaps.all.text();
     }
     if (refused != 0) {
         result += fmt::format("{}{} refused by {}", result.empty() ? "" : ", ",

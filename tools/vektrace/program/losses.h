@@ -2,6 +2,9 @@
 /// What of a trace is no message: gaps as wholes, and a count of what is lost.
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -44,17 +47,48 @@ private:
     bool open = false;
 };
 
+struct GapCount {
+    uint64_t gaps = 0;
+    uint64_t bytes = 0;
+
+    GapCount& operator+=(const GapCount& other);
+    /// "2 gaps (45 bytes)".
+    std::string text() const;
+};
+
+/// How many gaps there were, and why.
+struct GapTotals {
+    GapCount all;
+    std::array<GapCount, GAP_NUM> byReason;
+
+    void add(const Gap& gap) { add(gap.reason, {1, gap.length}); }
+    /// The spans of one gap count as one.
+    void add(const TraceSpan& gap) { add(gap.reason, {gap.continued ? 0U : 1U, gap.length}); }
+    GapTotals& operator+=(const GapTotals& other);
+
+    /// Calls `visit` with every reason for which there were gaps, and their count.
+    template <class Visitor>
+    void forEachReason(const Visitor& visit) const {
+        for (size_t reason = 0; reason < byReason.size(); ++reason) {
+            if (byReason[reason].gaps > 0) {
+                visit(static_cast<gapReason_t>(reason), byReason[reason]);
+            }
+        }
+    }
+
+private:
+    void add(gapReason_t reason, const GapCount& count);
+};
+
+/// "3 gaps, 1234 bytes (2 no sync marker, 1 truncated record)".
+std::string gapText(const GapTotals& totals);
+
 /// What of a trace is damaged or cannot be decoded.
 struct Losses {
-    uint64_t gaps = 0;
-    uint64_t gapBytes = 0;
+    GapTotals gaps;
     uint64_t refused = 0;  ///< records whose decoder refused them
 
-    bool any() const { return gaps + refused != 0; }
-    void add(const Gap& gap) {
-        ++gaps;
-        gapBytes += gap.length;
-    }
+    bool any() const { return gaps.all.gaps + refused != 0; }
     /// "2 gaps (45 bytes), 1 record refused by its decoder".
     std::string text() const;
 };

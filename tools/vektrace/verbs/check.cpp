@@ -102,8 +102,8 @@ public:
         addFlag(writer, "complete", verdict.complete);
         addMember(writer, "records", verdict.records);
         addMember(writer, "bytes", verdict.bytes);
-        addMember(writer, "gaps", verdict.losses.gaps);
-        addMember(writer, "gap_bytes", verdict.losses.gapBytes);
+        addMember(writer, "gaps", verdict.losses.gaps.all.gaps);
+        addMember(writer, "gap_bytes", verdict.losses.gaps.all.bytes);
         addMember(writer, "refused", verdict.losses.refused);
         addMember(writer, "ambiguous", verdict.ambiguous);
         addMember(writer, "backward", verdict.backward);
@@ -169,7 +169,7 @@ private:
     }
 
     void addGap(const Gap& gap) {
-        verdict.losses.add(gap);
+        verdict.losses.gaps.add(gap);
         format.finding(input, {"gap", gap.offset, gap.length, gapReasonText(gap.reason), true});
     }
 

@@ -41,7 +41,7 @@ void dumpTrace(Input& input, DumpFormat& format, const std::function<void()>& li
                Session& session) {
     Losses losses;
     GapCollector gaps([&](const Gap& gap) {
-        losses.add(gap);
+        losses.gaps.add(gap);
         format.gap(gap);
     });
     format.open(input);

@@ -53,17 +53,17 @@ private:
     }
 
     void addGaps(const TraceStatistics& statistics) {
-        addMember(writer, "gaps", statistics.losses.gaps);
-        addMember(writer, "gap_bytes", statistics.losses.gapBytes);
+        addMember(writer, "gaps", statistics.losses.gaps.all.gaps);
+        addMember(writer, "gap_bytes", statistics.losses.gaps.all.bytes);
         writer.Key("gaps_by_reason");
         writer.StartArray();
-        for (const auto& [reason, losses] : statistics.gapsByReason) {
+        statistics.losses.gaps.forEachReason([this](gapReason_t reason, const GapCount& count) {
             writer.StartObject();
             addMember(writer, "reason", gapReasonText(reason));
-            addMember(writer, "gaps", losses.gaps);
-            addMember(writer, "bytes", losses.gapBytes);
+            addMember(writer, "gaps", count.gaps);
+            addMember(writer, "bytes", count.bytes);
             writer.EndObject();
-        }
+        });
         writer.EndArray();
     }
 

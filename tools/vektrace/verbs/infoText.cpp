@@ -88,9 +88,9 @@ private:
             return;
         }
         line("  damage: " + statistics.losses.text(), RED);
-        for (const auto& [reason, losses] : statistics.gapsByReason) {
-            line(fmt::format("    {}: {}", gapReasonText(reason), losses.text()), RED);
-        }
+        statistics.losses.gaps.forEachReason([this](gapReason_t reason, const GapCount& count) {
+            line(fmt::format("    {}: {}", gapReasonText(reason), count.text()), RED);
+        });
     }
 
     void table(const TraceStatistics& statistics) {
