@@ -18,6 +18,9 @@ constexpr char STANDARD_OUTPUT[] = "standard output";
     if (error == EPIPE) {
         throw ClosedOutput();
     }
+    if (error == EEXIST) {
+        throw Failure(name, "exists; --force replaces it");
+    }
     throw Failure(name, reason);
 }
 
@@ -90,22 +93,13 @@ void Output::refuseTerminal(int fd, bool force) const {
 }
 
 void Output::openFile(const std::string& path, bool force) {
-    struct stat status = {};
-    const bool exists = stat(path.c_str(), &status) == 0;
-    if (exists && !force && (S_ISREG(status.st_mode) || S_ISBLK(status.st_mode))) {
-        throw Failure(name, "exists; --force replaces it");
-    }
-    if (exists && !S_ISREG(status.st_mode)) {
-        special = std::make_unique<FileDescriptor>(path, O_WRONLY);
-        refuseTerminal(special->get(), force);
-        writer = std::make_unique<TraceWriter>(special->get());
-        return;
-    }
-    file = true;
     guarded([&] {
         writer = std::make_unique<TraceWriter>(
             path, force ? TraceWriter::EXISTING_REPLACE : TraceWriter::EXISTING_REFUSE);
     });
+    struct stat status = {};
+    file = fstat(writer->descriptor(), &status) == 0 && S_ISREG(status.st_mode);
+    refuseTerminal(writer->descriptor(), force);
 }
 
 template <class Step>

@@ -13,7 +13,6 @@
 
 #include "libvekstream/TraceSpan.h"
 #include "libvekstream/TraceWriter.h"
-#include "tools/vektrace/program/FileDescriptor.h"
 #include "tools/vektrace/program/Session.h"
 
 namespace vek::program {
@@ -65,7 +64,6 @@ private:
     Session& session;
     std::string name;
     bool file = false;
-    std::unique_ptr<FileDescriptor> special;  ///< a device or pipe, which is written as it is
     std::unique_ptr<TraceWriter> writer;
 };
 
