@@ -6,19 +6,6 @@
 
 using namespace vek::program;
 
-TEST(ParseNumber, TakesDecimalNumbersOf64Bits) {
-    EXPECT_EQ(parseNumber("0"), 0u);
-    EXPECT_EQ(parseNumber("010"), 10u);
-    EXPECT_EQ(parseNumber("18446744073709551615"), UINT64_MAX);
-}
-
-TEST(ParseNumber, RefusesWhatIsNone) {
-    for (const char* const text :
-         {"", "-1", "+1", " 1", "1 ", "0x10", "1k", "1.0", "18446744073709551616"}) {
-        EXPECT_THROW(parseNumber(text), UsageError) << text;
-    }
-}
-
 TEST(Share, IsANumberWhateverTheTotal) {
     EXPECT_EQ(Share("0").of(10), 0u);
     EXPECT_EQ(Share("12").of(10), 12u);

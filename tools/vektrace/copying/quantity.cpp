@@ -1,8 +1,12 @@
 #include "tools/vektrace/copying/quantity.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <iterator>
 #include <limits>
 #include <string>
+
+#include "tools/vektrace/program/number.h"
 
 namespace vek::program {
 
@@ -19,20 +23,6 @@ constexpr Unit SIZES[] = {
 constexpr Unit DURATIONS[] = {{"", 1'000'000},   {"ms", 1'000},        {"s", 1'000'000},
                               {"m", 60'000'000}, {"h", 3'600'000'000}, {"d", 86'400'000'000}};
 
-/// Takes the digits in front of `text`; returns how many, or 0 when they are too many.
-size_t takeDigits(std::string_view& text, uint64_t& number) {
-    const size_t count = std::min(text.find_first_not_of("0123456789"), text.size());
-    for (const char digit : text.substr(0, count)) {
-        const auto value = static_cast<uint64_t>(digit - '0');
-        if (number > (std::numeric_limits<uint64_t>::max() - value) / 10) {
-            return 0;
-        }
-        number = number * 10 + value;
-    }
-    text.remove_prefix(count);
-    return count;
-}
-
 /// `number` / `scale` of the unit; 0 where that is too much or no whole number.
 uint64_t exactly(uint64_t number, uint64_t scale, uint64_t factor) {
     if (number > std::numeric_limits<uint64_t>::max() / factor || number * factor % scale != 0) {
@@ -41,26 +31,32 @@ uint64_t exactly(uint64_t number, uint64_t scale, uint64_t factor) {
     return number * factor / scale;
 }
 
-/// Takes ".5": its digits go behind those of `number`, and a 10 for each into `scale`. Takes
-/// nothing where there is no point.
-bool takeFraction(std::string_view& text, uint64_t& number, uint64_t& scale) {
+/// Takes a number with up to 12 decimal places: "1.5" is 15 / 10.
+bool takeDecimal(std::string_view& text, uint64_t& number, uint64_t& scale) {
     constexpr size_t MOST_PLACES = 12;
-    if (text.empty() || text.front() != '.') {
-        return true;
+    std::string digits(takeDigits(text));
+    if (digits.empty()) {
+        return false;
     }
-    text.remove_prefix(1);
-    const size_t places = takeDigits(text, number);
-    for (size_t place = 0; place < std::min(places, MOST_PLACES); ++place) {
-        scale *= 10;
+    if (!text.empty() && text.front() == '.') {
+        text.remove_prefix(1);
+        const std::string_view places = takeDigits(text);
+        if (places.empty() || places.size() > MOST_PLACES) {
+            return false;
+        }
+        digits += places;
+        for (size_t place = 0; place < places.size(); ++place) {
+            scale *= 10;
+        }
     }
-    return places > 0 && places <= MOST_PLACES;
+    return isNumber(digits, number);
 }
 
 template <size_t COUNT>
 uint64_t parse(std::string_view text, const Unit (&units)[COUNT]) {
     uint64_t number = 0;
     uint64_t scale = 1;
-    if (takeDigits(text, number) == 0 || !takeFraction(text, number, scale)) {
+    if (!takeDecimal(text, number, scale)) {
         return 0;
     }
     const auto* const unit = std::find_if(std::begin(units), std::end(units),

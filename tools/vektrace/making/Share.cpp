@@ -2,9 +2,10 @@
 
 #include <fmt/format.h>
 
-#include <charconv>
+#include <cstddef>
 
 #include "tools/vektrace/program/errors.h"
+#include "tools/vektrace/program/number.h"
 
 namespace vek::program {
 
@@ -13,13 +14,6 @@ namespace {
 constexpr size_t PLACES = 6;
 constexpr uint64_t PERCENT = 1'000'000;
 constexpr uint64_t WHOLE = 100 * PERCENT;
-
-/// Whether all of the text is a number.
-bool isNumber(std::string_view text, uint64_t& value) {
-    const char* const end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, value);
-    return result.ec == std::errc() && result.ptr == end;
-}
 
 /// The digits behind a decimal point, in millionths.
 bool isFraction(std::string_view text, uint64_t& value) {
@@ -46,14 +40,6 @@ bool isPercentage(std::string_view text, uint64_t& millionths) {
 }
 
 }  // namespace
-
-uint64_t parseNumber(std::string_view text) {
-    uint64_t value = 0;
-    if (!isNumber(text, value)) {
-        throw UsageError(fmt::format("'{}' is no whole number", text));
-    }
-    return value;
-}
 
 Share::Share(std::string_view text) {
     if (text.empty() || text.back() != '%') {

@@ -7,9 +7,6 @@
 
 namespace vek::program {
 
-/// A whole number, which may be 0: a seed. Throws UsageError.
-uint64_t parseNumber(std::string_view text);
-
 /// So many of a number of things, or a percentage of them.
 class Share {
 public:

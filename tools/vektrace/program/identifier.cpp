@@ -2,9 +2,11 @@
 
 #include <fmt/format.h>
 
-#include <charconv>
+#include <cstdint>
+#include <limits>
 
 #include "libvekstream/messageName.h"
+#include "tools/vektrace/program/number.h"
 
 namespace vek::program {
 
@@ -14,9 +16,11 @@ namespace {
 bool parseNumber(std::string_view text, uint16_t& number) {
     const bool hexadecimal = text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
     text.remove_prefix(hexadecimal ? 2 : 0);
-    const char* const end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, number, hexadecimal ? 16 : 10);
-    return result.ec == std::errc() && result.ptr == end;
+    uint64_t value = 0;
+    const bool valid = isNumber(text, value, hexadecimal ? 16 : 10) &&
+                       value <= std::numeric_limits<uint16_t>::max();
+    number = valid ? static_cast<uint16_t>(value) : number;
+    return valid;
 }
 
 }  // namespace

@@ -2,9 +2,11 @@
 
 #include <fmt/format.h>
 
-#include <charconv>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 
+#include "tools/vektrace/program/number.h"
 #include "tools/vektrace/program/timeUnits.h"
 
 namespace vek::program {
@@ -39,15 +41,13 @@ public:
 
     /// A number of `least` to `most` digits that is at most `limit`.
     uint64_t number(size_t least, size_t most, uint64_t limit) {
-        const size_t count = std::min(rest.find_first_not_of("0123456789"), rest.size());
+        const std::string_view digits = takeDigits(rest);
         uint64_t value = 0;
-        const auto result = std::from_chars(rest.data(), rest.data() + count, value);
-        if (count < least || count > most || result.ec != std::errc() || value > limit) {
-            fail(count == 0
-                     ? "a number is missing"
-                     : fmt::format("the number '{}' is not valid here", rest.substr(0, count)));
+        if (digits.size() < least || digits.size() > most || !isNumber(digits, value) ||
+            value > limit) {
+            fail(digits.empty() ? "a number is missing"
+                                : fmt::format("the number '{}' is not valid here", digits));
         }
-        rest.remove_prefix(count);
         return value;
     }
 

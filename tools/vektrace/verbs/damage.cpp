@@ -7,6 +7,7 @@
 #include "tools/vektrace/program/inputs.h"
 #include "tools/vektrace/program/json.h"
 #include "tools/vektrace/program/losses.h"
+#include "tools/vektrace/program/number.h"
 #include "tools/vektrace/program/output.h"
 #include "tools/vektrace/program/verb.h"
 #include "tools/vektrace/verbs/verbs.h"

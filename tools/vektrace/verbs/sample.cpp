@@ -1,7 +1,7 @@
 #include "tools/vektrace/copying/quantity.h"
 #include "tools/vektrace/making/Drive.h"
-#include "tools/vektrace/making/Share.h"
 #include "tools/vektrace/program/Progress.h"
+#include "tools/vektrace/program/number.h"
 #include "tools/vektrace/program/output.h"
 #include "tools/vektrace/program/parseTime.h"
 #include "tools/vektrace/program/timeUnits.h"
