@@ -1,5 +1,7 @@
 #include "tools/vektrace/copying/LastRecords.h"
 
+#include <cstdint>
+
 namespace vek::program {
 
 bool LastRecords::add(const TraceSpan& record) {

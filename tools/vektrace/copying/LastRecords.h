@@ -2,6 +2,8 @@
 /// Keeps the last records of a trace.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <functional>
 

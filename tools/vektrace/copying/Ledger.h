@@ -2,6 +2,7 @@
 /// The account of what recovery kept of its inputs and what it dropped.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>

@@ -1,5 +1,8 @@
 #include "tools/vektrace/copying/OutputScan.h"
 
+#include <cstddef>
+#include <cstdint>
+
 namespace vek::program {
 
 namespace {

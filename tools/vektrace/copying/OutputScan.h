@@ -5,6 +5,9 @@
 /// what stands beside a record has a part in how it is read.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+
 #include "libvekstream/RecordScanner.h"
 #include "tools/vektrace/copying/RecordDigest.h"
 

@@ -2,6 +2,7 @@
 /// Where a trace is cut into pieces.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "libvekstream/TraceSpan.h"

@@ -1,5 +1,7 @@
 #include "tools/vektrace/copying/RecordOutput.h"
 
+#include <string>
+
 namespace vek::program {
 
 void RecordOutput::write(const TraceSpan& record, const std::string& input) {

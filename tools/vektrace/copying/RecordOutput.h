@@ -2,7 +2,9 @@
 /// An output that holds records and nothing else, and shall read as these.
 #pragma once
 
+#include <cstdint>
 #include <optional>
+#include <string>
 
 #include "tools/vektrace/copying/OutputScan.h"
 #include "tools/vektrace/program/output.h"

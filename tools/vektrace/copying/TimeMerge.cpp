@@ -1,6 +1,7 @@
 #include "tools/vektrace/copying/TimeMerge.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
 #include "tools/vektrace/program/decode.h"

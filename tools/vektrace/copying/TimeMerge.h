@@ -2,6 +2,8 @@
 /// Puts the records of several traces into one order by time.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <vector>
 

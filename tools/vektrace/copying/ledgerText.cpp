@@ -1,3 +1,5 @@
+#include <string>
+
 #include "tools/vektrace/copying/Ledger.h"
 #include "tools/vektrace/program/errors.h"
 #include "tools/vektrace/program/escape.h"

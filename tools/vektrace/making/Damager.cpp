@@ -1,6 +1,8 @@
 #include "tools/vektrace/making/Damager.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <utility>
 
 namespace vek::program {

@@ -7,6 +7,8 @@
 /// The single bytes to change are drawn, all with the same chance, from those that no run takes.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <optional>
 

@@ -1,6 +1,8 @@
 #include "tools/vektrace/making/Drive.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 
 namespace vek::program {

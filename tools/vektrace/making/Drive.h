@@ -12,6 +12,10 @@
 /// something to show.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
 #include "tools/vektrace/making/DriveSource.h"
 
 namespace vek::program {

@@ -1,6 +1,8 @@
 #include "tools/vektrace/making/DriveSource.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 
 namespace vek::program {
 

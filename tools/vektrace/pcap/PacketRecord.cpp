@@ -1,5 +1,8 @@
 #include "tools/vektrace/pcap/PacketRecord.h"
 
+#include <cstddef>
+#include <cstdint>
+
 #include "libvekutil/datablock.h"
 
 namespace vek::program {

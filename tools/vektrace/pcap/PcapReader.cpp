@@ -1,8 +1,10 @@
 #include "tools/vektrace/pcap/PcapReader.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <exception>
 #include <limits>
 #include <new>

@@ -1,5 +1,7 @@
 #include "tools/vektrace/pcap/PcapWriter.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <limits>
 #include <new>

@@ -8,6 +8,8 @@
 
 #include <pcap/pcap.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <memory>
 

@@ -1,3 +1,9 @@
+#include <fmt/format.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
 #include "tools/vektrace/copying/conclusion.h"
 #include "tools/vektrace/pcap/PcapWriter.h"
 #include "tools/vektrace/pcap/conversion.h"

@@ -1,3 +1,9 @@
+#include <fmt/format.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
 #include "tools/vektrace/copying/conclusion.h"
 #include "tools/vektrace/pcap/PacketRecord.h"
 #include "tools/vektrace/pcap/PcapWriter.h"

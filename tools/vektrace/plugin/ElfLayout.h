@@ -9,8 +9,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <map>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "tools/vektrace/plugin/ElfFile.h"

@@ -2,6 +2,7 @@
 /// Loads one plugin: a shared object that is what libvekstream/TracePlugin.h says.
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <vector>

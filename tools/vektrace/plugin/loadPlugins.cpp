@@ -2,6 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
 #include "tools/vektrace/program/identifier.h"
 
 namespace vek::program {

@@ -4,6 +4,9 @@
 /// Threads: before there are others.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "tools/vektrace/plugin/Plugin.h"
 #include "tools/vektrace/program/Session.h"
 

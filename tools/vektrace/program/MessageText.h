@@ -2,6 +2,7 @@
 /// The text of messages, rendered into memory that is used again and again.
 #pragma once
 
+#include <cstddef>
 #include <ios>
 #include <ostream>
 #include <streambuf>

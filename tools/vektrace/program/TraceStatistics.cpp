@@ -1,6 +1,7 @@
 #include "tools/vektrace/program/TraceStatistics.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include "tools/vektrace/program/decode.h"
 #include "tools/vektrace/program/timeUnits.h"

@@ -1,5 +1,8 @@
 #include <fmt/format.h>
 
+#include <string>
+#include <vector>
+
 #include "tools/vektrace/program/manual.h"
 
 namespace vek::program {

@@ -2,6 +2,7 @@
 /// Rows of comma-separated values as RFC 4180 has them: lines end with CR LF.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 

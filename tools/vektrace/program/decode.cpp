@@ -2,7 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <exception>
 #include <new>
+#include <utility>
 
 #include "libvekstream/decodeRecord.h"
 

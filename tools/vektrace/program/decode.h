@@ -2,6 +2,7 @@
 /// What the registry makes of a record, whatever the creators do.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 

@@ -1,5 +1,6 @@
 /// @file
-/// How a verb ends before its end. All of these pass through the verbs and are told by main().
+/// How a verb ends before its end. All of these pass through the verbs to the command line, which tells
+/// them and returns the status.
 #pragma once
 
 #include <cstdint>

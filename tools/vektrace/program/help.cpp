@@ -1,6 +1,9 @@
 #include <fmt/format.h>
 
+#include <cstddef>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "tools/vektrace/program/manual.h"
 #include "tools/vektrace/program/verb.h"

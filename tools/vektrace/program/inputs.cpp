@@ -1,8 +1,13 @@
 #include "tools/vektrace/program/inputs.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <memory>
 
 #include "tools/vektrace/program/verb.h"
 

@@ -1,5 +1,9 @@
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <string>
+#include <vector>
+
 #include "tools/vektrace/program/manual.h"
 #include "tools/vektrace/program/verb.h"
 

@@ -1,5 +1,8 @@
 #include "tools/vektrace/program/manual.h"
 
+#include <algorithm>
+#include <cstddef>
+
 #include "tools/vektrace/program/verb.h"
 
 namespace vek::program {

@@ -2,9 +2,14 @@
 
 #include <poll.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
+#include <system_error>
 
 #include "tools/vektrace/program/inputs.h"
 

@@ -5,6 +5,9 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>

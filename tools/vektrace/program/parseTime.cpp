@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <string>
 
 #include "tools/vektrace/program/number.h"
 #include "tools/vektrace/program/timeUnits.h"

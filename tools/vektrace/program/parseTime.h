@@ -2,6 +2,7 @@
 /// Moments as a user writes them.
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 
 #include "libvektrace/MessageBase.h"

@@ -1,14 +1,14 @@
 /// @file
-/// The signals that ask the program to end, as a flag that is looked at.
+/// What a process is given at its start, made fit for the program: its signals and its standard streams.
 #pragma once
 
 #include <atomic>
 
 namespace vek::program {
 
-/// From now on SIGINT, SIGTERM and SIGHUP set stopFlag(), a second one ends the process at once, and
-/// writing into a closed pipe or beyond a file size limit is an ordinary error. A signal that the
-/// process was started to ignore stays ignored.
+/// From now on SIGINT, SIGTERM and SIGHUP set stopFlag() and end waiting for input or output; the same
+/// one a second time ends the process at once. Writing into a closed pipe or beyond a file size limit
+/// is an ordinary error. Of the three a signal that the process was started to ignore stays ignored.
 void catchSignals();
 
 /// Opens those of the descriptors 0 to 2 that are closed, so that no file gets their number. What is

@@ -3,6 +3,7 @@
 /// ever rounded: those beyond the precision are cut off.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "libvektrace/MessageBase.h"

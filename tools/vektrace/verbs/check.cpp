@@ -1,3 +1,10 @@
+#include <fmt/format.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
 #include "tools/vektrace/program/decode.h"
 #include "tools/vektrace/program/escape.h"
 #include "tools/vektrace/program/inputs.h"

@@ -1,3 +1,12 @@
+#include <fmt/format.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "tools/vektrace/copying/conclusion.h"
 #include "tools/vektrace/copying/quantity.h"
 #include "tools/vektrace/making/Damager.h"

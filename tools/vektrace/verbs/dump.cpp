@@ -1,3 +1,8 @@
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
 #include "tools/vektrace/program/verb.h"
 #include "tools/vektrace/verbs/dumpFormat.h"
 #include "tools/vektrace/verbs/verbs.h"

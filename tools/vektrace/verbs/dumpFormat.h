@@ -2,6 +2,8 @@
 /// How a dump looks: one class per --format.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 

@@ -1,3 +1,9 @@
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
 #include "tools/vektrace/program/MessageText.h"
 #include "tools/vektrace/program/escape.h"
 #include "tools/vektrace/program/json.h"

@@ -1,3 +1,12 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <string_view>
+
 #include "tools/vektrace/program/MessageText.h"
 #include "tools/vektrace/program/escape.h"
 #include "tools/vektrace/program/identifier.h"

@@ -1,3 +1,5 @@
+#include <memory>
+
 #include "tools/vektrace/pcap/conversion.h"
 #include "tools/vektrace/program/verb.h"
 #include "tools/vektrace/verbs/verbs.h"

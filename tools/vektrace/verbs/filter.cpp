@@ -2,8 +2,15 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
 
 #include "tools/vektrace/copying/LastRecords.h"
 #include "tools/vektrace/copying/RecordOutput.h"

@@ -1,3 +1,6 @@
+#include <memory>
+#include <string>
+
 #include "tools/vektrace/program/manual.h"
 #include "tools/vektrace/program/output.h"
 #include "tools/vektrace/program/verb.h"

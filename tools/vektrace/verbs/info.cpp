@@ -1,3 +1,5 @@
+#include <memory>
+
 #include "tools/vektrace/program/decode.h"
 #include "tools/vektrace/program/verb.h"
 #include "tools/vektrace/verbs/infoFormat.h"

@@ -1,3 +1,7 @@
+#include <cstddef>
+#include <memory>
+#include <string>
+
 #include "tools/vektrace/program/json.h"
 #include "tools/vektrace/verbs/infoFormat.h"
 

@@ -1,6 +1,11 @@
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <iterator>
+#include <memory>
+#include <string>
 
 #include "tools/vektrace/program/escape.h"
 #include "tools/vektrace/program/identifier.h"

@@ -1,5 +1,11 @@
 #include <sys/resource.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
 #include "tools/vektrace/copying/RecordOutput.h"
 #include "tools/vektrace/copying/TimeMerge.h"
 #include "tools/vektrace/copying/conclusion.h"

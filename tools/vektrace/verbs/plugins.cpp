@@ -1,3 +1,9 @@
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include "tools/vektrace/plugin/loadPlugins.h"
 #include "tools/vektrace/program/escape.h"
 #include "tools/vektrace/program/identifier.h"

@@ -1,6 +1,10 @@
 #include <unistd.h>
 
+#include <cstdint>
 #include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "tools/vektrace/copying/Ledger.h"
 #include "tools/vektrace/copying/RecordOutput.h"

@@ -1,3 +1,10 @@
+#include <fmt/format.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
 #include "tools/vektrace/copying/quantity.h"
 #include "tools/vektrace/making/Drive.h"
 #include "tools/vektrace/program/Progress.h"

@@ -1,5 +1,11 @@
 #include <algorithm>
+#include <cstdint>
+#include <memory>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "tools/vektrace/copying/PieceRule.h"
 #include "tools/vektrace/copying/conclusion.h"
