@@ -25,7 +25,7 @@ struct TextForm {
 template <class Random>
 std::string randomText(Random& random) {
     std::string text;
-    for (size_t length = random() % 4 == 0 ? random() % 30 : 0; length > 0; --length) {
+    for (auto length = random() % 4 == 0 ? random() % 30 : 0; length > 0; --length) {
         text += static_cast<char>(random());
     }
     return text;
@@ -49,7 +49,7 @@ TextForm commonForm(Random& random) {
 
 template <class Random>
 byteVec_t randomBytes(Random& random, size_t most) {
-    byteVec_t result(random() % (most + 1));
+    byteVec_t result(static_cast<size_t>(random() % (most + 1)));
     for (uint8_t& byte : result) {
         byte = static_cast<uint8_t>(random());
     }
@@ -155,7 +155,7 @@ TEST(TextForms, AStreamThatFailsInTheMiddleGetsTheSameTextAndKeepsFlagsAndFill) 
         const StreamState state = randomStreamState(random);
         const auto end = random() % 2 == 0 ? LimitedBuffer::FAILS : LimitedBuffer::THROWS;
         const bool throwing = random() % 2 == 0;
-        const size_t room = random() % 90;
+        const auto room = static_cast<size_t>(random() % 90);
         const Outcome ours = write(form.ours, state, room, end, throwing);
         ASSERT_EQ(ours.text, write(form.plain, state, room, end, throwing).text) << i;
         ASSERT_EQ(ours.flags, state.flags);

@@ -31,7 +31,7 @@ TEST(LastRecords, KeepsTheNewestInTheirOrder) {
     LastRecords last(3, ROOM);
     byteVec_t expected;
     for (timeStamp_t time = 0; time < 200; ++time) {
-        const byteVec_t record = recordBytes(MSGID_CAN, time, time % 7);
+        const byteVec_t record = recordBytes(MSGID_CAN, time, static_cast<size_t>(time % 7));
         EXPECT_TRUE(last.add(spanOf(record)));
         if (time >= 197) {
             expected.insert(expected.end(), record.begin(), record.end());

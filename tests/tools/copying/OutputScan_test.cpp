@@ -50,7 +50,7 @@ TEST(OutputScan, FindsNothingWrongWithAnEmptyOutput) { EXPECT_TRUE(OutputScan().
 TEST(OutputScan, FindsTheRecordsOfALongOutput) {
     OutputScan scan;
     for (timeStamp_t time = 0; time < 3000; ++time) {
-        add(scan, recordBytes(MSGID_CAN, time, time));
+        add(scan, recordBytes(MSGID_CAN, time, static_cast<size_t>(time)));
     }
     EXPECT_TRUE(scan.finish());
 }

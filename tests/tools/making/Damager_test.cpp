@@ -130,7 +130,7 @@ TEST(Damager, GoesForwardAndNeverTouchesAByteTwice) {
 TEST(Damager, ChangesABytesValueAlwaysToAnotherOne) {
     DamagePlan plan;
     plan.changes = 100'000;
-    const byteVec_t input = someBytes(plan.changes);
+    const byteVec_t input = someBytes(static_cast<size_t>(plan.changes));
     const byteVec_t output = damage(plan, input).output;
     ASSERT_EQ(output.size(), input.size());
     for (size_t i = 0; i < input.size(); ++i) {

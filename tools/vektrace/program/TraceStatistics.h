@@ -19,7 +19,9 @@ public:
     static constexpr size_t CELLS = 32;
 
     /// The cell of `stamp` once cover() has been told of it.
-    size_t cellOf(timeStamp_t stamp) const { return (stamp >> shift) - base(); }
+    size_t cellOf(timeStamp_t stamp) const {
+        return static_cast<size_t>((stamp >> shift) - base());
+    }
     bool covers(timeStamp_t stamp) const { return !empty && low <= stamp && stamp <= high; }
     /// Makes room for `stamp`.
     void cover(timeStamp_t stamp);

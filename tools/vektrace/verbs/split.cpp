@@ -53,8 +53,8 @@ public:
     void reportLeftovers() const {
         const std::vector<std::string> found = existingPieces(prefix);
         if (found.size() > count) {
-            session.note(
-                failureText(found[count], "is a piece of an earlier run, as is what follows"));
+            session.note(failureText(found[static_cast<size_t>(count)],
+                                     "is a piece of an earlier run, as is what follows"));
         }
     }
 
