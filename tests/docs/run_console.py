@@ -4,10 +4,12 @@
 In the document every block fenced as "console" is a session: a line that begins with "$ " is given
 to the shell, and the lines up to the next one are what it prints, standard error included. All
 sessions of the document run in one empty folder, one after the other; each FILE is there under its
-NAME, and a NAME that ends in "/" is put in front of PATH instead. A line "[exit status N]" is
-expected where a command does not end with 0, and "[...]" stands for any number of lines.
+NAME, and a NAME that ends in "/" is a folder of programs, put in front of PATH instead. A line
+"[exit status N]" is expected where a command does not end with 0, and "[...]" stands for any number
+of lines.
 
-With VEKTRACE_ACCEPT=1 in the environment the document is written anew instead of compared.
+With VEKTRACE_ACCEPT=1 in the environment the document is written anew instead of compared; what
+VEKTRACE_EMULATOR holds starts the programs.
 """
 
 import difflib
@@ -74,10 +76,23 @@ def replay(lines, folder, environment):
     return new
 
 
-def prepare(folder, pairs):
+def add_starters(folder, programs, emulator):
+    """Fills the folder: for every one of the programs one of its name that starts it."""
+    for program in pathlib.Path(programs).iterdir():
+        if program.is_file() and os.access(program, os.X_OK):
+            starter = pathlib.Path(folder, program.name)
+            starter.write_text(f'#!/bin/sh\nexec {emulator} "{program}" "$@"\n', encoding="utf-8")
+            starter.chmod(0o755)
+
+
+def prepare(folder, starters, pairs):
     environment = {**os.environ, "LC_ALL": "C.UTF-8", "TZ": "UTC", "COLUMNS": "100"}
+    emulator = os.environ.get("VEKTRACE_EMULATOR")
     for name, file in (pair.split("=", 1) for pair in pairs):
         if name.endswith("/"):
+            if emulator:
+                add_starters(starters, file, emulator)
+                file = starters
             environment["PATH"] = f"{file}{os.pathsep}{environment['PATH']}"
         else:
             os.symlink(os.path.abspath(file), os.path.join(folder, name))
@@ -87,8 +102,8 @@ def prepare(folder, pairs):
 def main():
     document = pathlib.Path(sys.argv[1])
     old = document.read_text(encoding="utf-8").splitlines()
-    with tempfile.TemporaryDirectory() as folder:
-        new = replay(old, folder, prepare(folder, sys.argv[2:]))
+    with tempfile.TemporaryDirectory() as folder, tempfile.TemporaryDirectory() as starters:
+        new = replay(old, folder, prepare(folder, starters, sys.argv[2:]))
     if os.environ.get("VEKTRACE_ACCEPT") == "1":
         document.write_text("\n".join(new) + "\n", encoding="utf-8")
     elif new != old:

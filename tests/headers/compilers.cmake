@@ -1,5 +1,6 @@
 # The compilers of the tests that only compile: the configured one with its flags, and beside it
-# g++ and clang++ where they are found, whose judgement of a header differs.
+# g++ and clang++ where they are found, whose judgement of a header differs. For another platform
+# there is the configured one only.
 #
 # VEKTRACE_COMPILERS holds their names; VEKTRACE_COMPILE_<name> is what compiles with <name>.
 
@@ -18,6 +19,10 @@ set(VEKTRACE_COMPILE_${VEKTRACE_CONFIGURED_COMPILER}
     ${CMAKE_CXX_COMPILER} ${flags} -I${PROJECT_SOURCE_DIR})
 set(VEKTRACE_COMPILERS ${VEKTRACE_CONFIGURED_COMPILER})
 
+# Another compiler of this machine would judge for this machine.
+if(CMAKE_CROSSCOMPILING)
+  return()
+endif()
 find_program(VEKTRACE_GXX g++)
 find_program(VEKTRACE_CLANGXX clang++)
 mark_as_advanced(VEKTRACE_GXX VEKTRACE_CLANGXX)
