@@ -10,7 +10,8 @@
 
 std::ostream& operator<<(std::ostream& os, const tm& t) {
     char text[vek::detail::CALENDAR_ROOM];
-    return os.write(text, vek::detail::writeCalendar(text, t) - text);
+    const char* const end = vek::detail::writeCalendar(text, t);
+    return os.write(text, end - text);
 }
 
 void printUnknownEnum(std::ostream& os, int value) {

