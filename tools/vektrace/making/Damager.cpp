@@ -13,7 +13,7 @@ namespace {
 enum stream_t : uint64_t { STREAM_RUNS = 1, STREAM_PLACES = 2, STREAM_VALUES = 3 };
 
 /// The most bytes that are handled at once.
-constexpr size_t PIECE = 0x10000;
+constexpr size_t DAMAGED_PIECE = 0x10000;
 
 /// Input bytes that no run takes.
 uint64_t eligibleBytes(const DamagePlan& plan, uint64_t total) {
@@ -93,7 +93,7 @@ void Damager::take(const uint8_t* bytes, size_t length) {
             beginRun();
             continue;
         }
-        uint64_t piece = std::min<uint64_t>(length, PIECE);
+        uint64_t piece = std::min<uint64_t>(length, DAMAGED_PIECE);
         if (runLeft > 0) {
             piece = std::min(piece, runLeft);
             takeRun(static_cast<size_t>(piece));
@@ -119,7 +119,7 @@ void Damager::beginRun() {
 
 void Damager::insert(uint64_t length) {
     while (length > 0) {
-        scratch.resize(static_cast<size_t>(std::min<uint64_t>(length, PIECE)));
+        scratch.resize(static_cast<size_t>(std::min<uint64_t>(length, DAMAGED_PIECE)));
         values.fill(scratch.data(), scratch.size());
         write(scratch.data(), scratch.size());
         length -= scratch.size();

@@ -16,7 +16,7 @@ namespace vek::program {
 
 namespace {
 
-constexpr size_t PIECE = 0x10000;
+constexpr size_t INPUT_PIECE = 0x10000;
 constexpr char TEMPORARY[] = "a temporary file";
 
 /// A file that is gone when it is closed.
@@ -73,7 +73,7 @@ void SizedInput::spool() {
 }
 
 void SizedInput::readSome(int from, byteVec_t& piece, uint64_t most) {
-    piece.resize(static_cast<size_t>(std::min<uint64_t>(most, PIECE)));
+    piece.resize(static_cast<size_t>(std::min<uint64_t>(most, INPUT_PIECE)));
     ssize_t count = -1;
     do {
         if (session.stopped()) {

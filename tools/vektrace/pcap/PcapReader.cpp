@@ -16,7 +16,7 @@ namespace vek::program {
 
 namespace {
 
-constexpr size_t BUFFER = 0x10000;
+constexpr size_t READ_BUFFER = 0x10000;
 
 void readTime(const pcap_pkthdr& header, Packet& packet) {
     int64_t seconds = header.ts.tv_sec;
@@ -47,7 +47,7 @@ PcapReader::PcapReader(Session& _session, const std::string& path, int linkType,
     if (stream == nullptr) {
         throw std::bad_alloc();
     }
-    static_cast<void>(std::setvbuf(stream, nullptr, _IOFBF, BUFFER));
+    static_cast<void>(std::setvbuf(stream, nullptr, _IOFBF, READ_BUFFER));
     char reason[PCAP_ERRBUF_SIZE] = "";
     handle.reset(
         pcap_fopen_offline_with_tstamp_precision(stream, PCAP_TSTAMP_PRECISION_MICRO, reason));

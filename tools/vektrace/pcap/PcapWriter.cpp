@@ -15,7 +15,7 @@ namespace {
 
 /// Above the longest record, and what readers take for the usual limit.
 constexpr int SNAPLEN = 262144;
-constexpr size_t BUFFER = 0x10000;
+constexpr size_t WRITE_BUFFER = 0x10000;
 
 }  // namespace
 
@@ -28,7 +28,7 @@ PcapWriter::PcapWriter(Output& _output)
     if (file == nullptr) {
         throw std::bad_alloc();
     }
-    static_cast<void>(std::setvbuf(file, nullptr, _IOFBF, BUFFER));
+    static_cast<void>(std::setvbuf(file, nullptr, _IOFBF, WRITE_BUFFER));
     dumper.reset(pcap_dump_fopen(handle.get(), file));
     if (!dumper) {
         // libpcap has closed the file then: what failed was to write to it.

@@ -140,10 +140,10 @@ private:
 };
 
 template <class Format>
-std::unique_ptr<CheckFormat> makeFormat(TextOutput& output) {
+std::unique_ptr<CheckFormat> makeCheckFormat(TextOutput& output) {
     return std::make_unique<Format>(output);
 }
-using makeFormat_t = std::unique_ptr<CheckFormat> (*)(TextOutput&);
+using makeCheckFormat_t = std::unique_ptr<CheckFormat> (*)(TextOutput&);
 
 // ---- How it is found ---------------------------------------------------------------------------
 
@@ -225,7 +225,7 @@ private:
 
 struct CheckOptions {
     InputOptions inputs;
-    makeFormat_t makeFormat = program::makeFormat<CheckText>;
+    makeCheckFormat_t makeFormat = makeCheckFormat<CheckText>;
 };
 
 void check(const CheckOptions& options, Session& session) {
@@ -244,7 +244,7 @@ void check(const CheckOptions& options, Session& session) {
     output.flush();
 }
 
-constexpr char DETAILS[] =
+constexpr char CHECK_DETAILS[] =
     "One line for everything that is odd, with its byte offset and the reason, then one line that "
     "says whether the trace is whole. It is damaged when there are bytes that are no record, or "
     "records that their message class refuses. Records that can be read in two ways, times that go "
@@ -258,12 +258,13 @@ void addCheck(CLI::App& program, Session& session) {
     const auto options = std::make_shared<CheckOptions>();
     CLI::App& verb = addVerb(program, session, "check", "Tell whether a trace is whole",
                              [options, &session] { check(*options, session); });
-    verb.footer(DETAILS);
+    verb.footer(CHECK_DETAILS);
     addInputs(verb, options->inputs);
     addSizeRule(verb, options->inputs);
-    addChoice<makeFormat_t>(verb, "--format", options->makeFormat,
-                            {{"text", makeFormat<CheckText>}, {"jsonl", makeFormat<CheckJson>}},
-                            "Lines of text, or JSON objects (schema vektrace.check/1).");
+    addChoice<makeCheckFormat_t>(
+        verb, "--format", options->makeFormat,
+        {{"text", makeCheckFormat<CheckText>}, {"jsonl", makeCheckFormat<CheckJson>}},
+        "Lines of text, or JSON objects (schema vektrace.check/1).");
 }
 
 }  // namespace vek::program

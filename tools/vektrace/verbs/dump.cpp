@@ -22,11 +22,11 @@ const char* decodingWord(decoding_t decoding) {
 
 namespace {
 
-using makeFormat_t = std::unique_ptr<DumpFormat> (*)(TextOutput&, const DumpLook&);
+using makeDumpFormat_t = std::unique_ptr<DumpFormat> (*)(TextOutput&, const DumpLook&);
 
 struct DumpOptions {
     InputOptions inputs;
-    makeFormat_t makeFormat = makeDumpText;
+    makeDumpFormat_t makeFormat = makeDumpText;
     DumpLook look;
 };
 
@@ -82,7 +82,7 @@ void dump(const DumpOptions& options, Session& session) {
     output.flush();
 }
 
-constexpr char DETAILS[] =
+constexpr char DUMP_DETAILS[] =
     "A record is shown by the text that its message class gives. Where no class is registered for "
     "its identifier, or the class refuses the record, the text says so and shows the payload. "
     "Bytes "
@@ -101,13 +101,14 @@ void addDump(CLI::App& program, Session& session) {
     const auto options = std::make_shared<DumpOptions>();
     CLI::App& verb = addVerb(program, session, "dump", "Print one line per record",
                              [options, &session] { dump(*options, session); });
-    verb.footer(DETAILS);
+    verb.footer(DUMP_DETAILS);
     addInputs(verb, options->inputs);
     addSizeRule(verb, options->inputs);
-    addChoice<makeFormat_t>(verb, "--format", options->makeFormat,
-                            {{"text", makeDumpText}, {"jsonl", makeDumpJson}, {"csv", makeDumpCsv}},
-                            "Lines of text, JSON objects (schema vektrace.dump/1), or rows of "
-                            "comma-separated values.");
+    addChoice<makeDumpFormat_t>(
+        verb, "--format", options->makeFormat,
+        {{"text", makeDumpText}, {"jsonl", makeDumpJson}, {"csv", makeDumpCsv}},
+        "Lines of text, JSON objects (schema vektrace.dump/1), or rows of "
+        "comma-separated values.");
     verb.add_flag("--hex", options->look.hex,
                   "Show the payload's bytes too, and the first ones of a gap.");
     verb.add_flag("--follow", options->inputs.follow,

@@ -252,7 +252,7 @@ CLI::Option* addCount(CLI::App& verb, const std::string& name, uint64_t& count,
                      [&count](const std::string& text) { count = parseCount(text); });
 }
 
-constexpr char DETAILS[] =
+constexpr char FILTER_DETAILS[] =
     "Records are copied byte for byte, and a record is copied when it meets every condition. "
     "Several inputs follow each other in the output. Without a condition the output is what the "
     "inputs are, damage included.\n"
@@ -285,7 +285,7 @@ void addFilter(CLI::App& program, Session& session) {
     CLI::Option* const first = addCount(verb, "--first", options->first,
                                         "Of these the first N; what follows is not read.");
     addCount(verb, "--last", options->last, "Of these the last N.")->excludes(first);
-    verb.footer(DETAILS);
+    verb.footer(FILTER_DETAILS);
 }
 
 }  // namespace vek::program

@@ -20,11 +20,11 @@ const char* framingWord(framing_t framing) {
 
 namespace {
 
-using makeFormat_t = std::unique_ptr<InfoFormat> (*)(TextOutput&);
+using makeInfoFormat_t = std::unique_ptr<InfoFormat> (*)(TextOutput&);
 
 struct InfoOptions {
     InputOptions inputs;
-    makeFormat_t makeFormat = makeInfoText;
+    makeInfoFormat_t makeFormat = makeInfoText;
 };
 
 bool isRefused(const TraceSpan& record) {
@@ -59,7 +59,7 @@ void info(const InfoOptions& options, Session& session) {
     output.flush();
 }
 
-constexpr char DETAILS[] =
+constexpr char INFO_DETAILS[] =
     "First the totals of a trace: records, bytes, the time from the earliest to the latest record, "
     "steps of time backwards, and damage. Then for every identifier its records, their bytes and "
     "the "
@@ -77,12 +77,12 @@ void addInfo(CLI::App& program, Session& session) {
     const auto options = std::make_shared<InfoOptions>();
     CLI::App& verb = addVerb(program, session, "info", "Sum up a trace by message identifier",
                              [options, &session] { info(*options, session); });
-    verb.footer(DETAILS);
+    verb.footer(INFO_DETAILS);
     addInputs(verb, options->inputs);
     addSizeRule(verb, options->inputs);
-    addChoice<makeFormat_t>(verb, "--format", options->makeFormat,
-                            {{"text", makeInfoText}, {"json", makeInfoJson}},
-                            "Text, or one JSON document (schema vektrace.info/1).");
+    addChoice<makeInfoFormat_t>(verb, "--format", options->makeFormat,
+                                {{"text", makeInfoText}, {"json", makeInfoJson}},
+                                "Text, or one JSON document (schema vektrace.info/1).");
 }
 
 }  // namespace vek::program

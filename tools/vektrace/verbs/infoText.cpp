@@ -17,8 +17,8 @@ namespace vek::program {
 namespace {
 
 constexpr char BOLD[] = "\x1b[1m";
-constexpr char RED[] = "\x1b[31m";
-constexpr char PLAIN[] = "\x1b[0m";
+constexpr char DAMAGED_COLOR[] = "\x1b[31m";
+constexpr char DAMAGED_END[] = "\x1b[0m";
 
 /// The counts as blocks of which the highest stands for the greatest count.
 std::string picture(const counts_t& counts, size_t used) {
@@ -65,7 +65,7 @@ public:
 private:
     void line(const std::string& text, const char* color = nullptr) {
         const bool painted = color != nullptr && output.hasColor();
-        output.print("{}{}{}\n", painted ? color : "", text, painted ? PLAIN : "");
+        output.print("{}{}{}\n", painted ? color : "", text, painted ? DAMAGED_END : "");
     }
 
     void totals(const Input& input, const TraceStatistics& statistics) {
@@ -92,9 +92,9 @@ private:
         if (!statistics.losses.any()) {
             return;
         }
-        line("  damage: " + statistics.losses.text(), RED);
+        line("  damage: " + statistics.losses.text(), DAMAGED_COLOR);
         statistics.losses.gaps.forEachReason([this](gapReason_t reason, const GapCount& count) {
-            line(fmt::format("    {}: {}", gapReasonText(reason), count.text()), RED);
+            line(fmt::format("    {}: {}", gapReasonText(reason), count.text()), DAMAGED_COLOR);
         });
     }
 

@@ -129,7 +129,7 @@ private:
     InputTally inputs;
 };
 
-constexpr char DETAILS[] =
+constexpr char MERGE_DETAILS[] =
     "Of the records that come next in each input the earliest is copied, and of those of one "
     "time the one of the input that was named first. So nothing changes its place within an "
     "input; one whose times step back is merged as it comes, and reported.\n"
@@ -144,7 +144,7 @@ void addMerge(CLI::App& program, Session& session) {
     const auto options = std::make_shared<MergeOptions>();
     CLI::App& verb = addVerb(program, session, "merge", "Put several traces into one, by time",
                              [options, &session] { Merge(*options, session).run(); });
-    verb.footer(DETAILS);
+    verb.footer(MERGE_DETAILS);
     addInputs(verb, options->inputs);
     addSizeRule(verb, options->inputs);
     addOutput(verb, options->output);

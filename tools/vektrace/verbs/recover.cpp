@@ -153,7 +153,7 @@ private:
     LedgerTotals totals;
 };
 
-constexpr char DETAILS[] =
+constexpr char RECOVER_DETAILS[] =
     "Writes the good records of damaged traces one after the other, byte for byte, and nothing "
     "else; what is dropped is counted on standard error and listed in the ledger. Where whole "
     "records fill another one exactly, or eight in a row lie inside of it, these are taken and not "
@@ -175,7 +175,7 @@ void addRecover(CLI::App& program, Session& session) {
     const auto options = std::make_shared<RecoverOptions>();
     CLI::App& verb = addVerb(program, session, "recover", "Copy what is good of damaged traces",
                              [options, &session] { Recovery(*options, session).run(); });
-    verb.footer(DETAILS);
+    verb.footer(RECOVER_DETAILS);
     addInputs(verb, options->inputs);
     addOutput(verb, options->output);
     verb.add_flag_callback(

@@ -19,7 +19,7 @@ namespace vek::program {
 
 namespace {
 
-constexpr size_t PIECE = 0x10000;
+constexpr size_t SAMPLE_PIECE = 0x10000;
 
 constexpr char START[] = "2026-01-01T08:00:00Z";
 constexpr uint64_t LENGTH = 60 * MICROSECONDS_PER_SECOND;
@@ -57,7 +57,7 @@ void sample(const SampleOptions& options, Session& session) {
     Progress progress(session, plan.size);
     byteVec_t bytes;
     while (drive.next(bytes)) {
-        if (bytes.size() >= PIECE) {
+        if (bytes.size() >= SAMPLE_PIECE) {
             output.write(bytes.data(), bytes.size());
             progress.advance(bytes.size());
             bytes.clear();

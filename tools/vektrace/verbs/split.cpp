@@ -149,7 +149,7 @@ void addRule(CLI::App& verb, SplitOptions& options, const std::string& name,
     });
 }
 
-constexpr char DETAILS[] =
+constexpr char SPLIT_DETAILS[] =
     "The pieces are named PREFIX-0001.vkt and so on, and one behind the other they are the "
     "trace, byte for byte, compressed input as if it were not. No record is cut. Bytes that are "
     "no record stay where they are, in the piece of the record before them; only with --size "
@@ -167,7 +167,7 @@ void addSplit(CLI::App& program, Session& session) {
     const auto options = std::make_shared<SplitOptions>();
     CLI::App& verb = addVerb(program, session, "split", "Cut a trace into pieces",
                              [options, &session] { split(*options, session); });
-    verb.footer(DETAILS);
+    verb.footer(SPLIT_DETAILS);
     addInputs(verb, options->inputs);
     addRule(
         verb, *options, "--size", "SIZE", PieceRule::MEASURE_BYTES, parseSize,
