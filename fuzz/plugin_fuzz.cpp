@@ -1,0 +1,221 @@
+// Any bytes as a plugin's file: what is read out of it, without loading it, equals what a plain reader
+// of the format finds, for both word lengths.
+
+#include <optional>
+
+#include "fuzz/support/Script.h"
+#include "tools/vektrace/plugin/ElfSymbol.h"
+#include "tools/vektrace/plugin/Plugin.h"
+
+using namespace vek::program;
+
+namespace {
+
+constexpr char NAME[] = "vektracePluginInfo";
+
+/// An offset or length that the file does not have.
+struct Missing {};
+
+/// The file once more, field by field at the offsets that the format's tables tell.
+class PlainElf {
+public:
+    PlainElf(const byteVec_t& _file, bool littleEndian)
+        : file(_file), little(littleEndian), wide(number(4, 1) == 2) {}
+
+    /// Nothing where there is no such object.
+    std::optional<byteVec_t> object(const std::string& name) const {
+        try {
+            return find(name);
+        } catch (const Missing&) {
+            return std::nullopt;
+        }
+    }
+
+private:
+    struct Table {
+        uint64_t offset;
+        uint64_t count;
+        uint64_t entry;
+        uint64_t at(uint64_t index) const { return offset + index * entry; }
+    };
+
+    uint64_t number(uint64_t at, unsigned width) const {
+        needRange(at, width);
+        uint64_t value = 0;
+        for (unsigned i = 0; i < width; ++i) {
+            const unsigned place = little ? width - 1 - i : i;
+            value = value << 8 | file[static_cast<size_t>(at + place)];
+        }
+        return value;
+    }
+    /// A number that is as wide as a word of the machine; the offsets are for 32 and 64 bits.
+    uint64_t word(uint64_t base, unsigned narrowAt, unsigned wideAt) const {
+        return wide ? number(base + wideAt, 8) : number(base + narrowAt, 4);
+    }
+    void needRange(uint64_t at, uint64_t length) const {
+        need(at <= file.size() && length <= file.size() - at);
+    }
+    static void need(bool condition) {
+        if (!condition) {
+            throw Missing();
+        }
+    }
+    Table table(uint64_t offset, uint64_t count, uint64_t entry, uint64_t rightEntry) const {
+        need(entry == rightEntry && count <= file.size());
+        needRange(offset, count * entry);
+        return {offset, count, entry};
+    }
+
+    byteVec_t find(const std::string& name) const {
+        needRange(0, wide ? 64 : 52);
+        need(number(16, 2) == 3);  // a shared object
+        const unsigned counts = wide ? 54 : 42;
+        const Table segments =
+            table(word(0, 28, 32), number(counts + 2, 2), number(counts, 2), wide ? 56 : 32);
+        const Table sections =
+            table(word(0, 32, 40), number(counts + 6, 2), number(counts + 4, 2), wide ? 64 : 40);
+        const uint64_t section = exports(sections);
+        const uint64_t entry = wide ? 24 : 16;
+        const Table symbols = table(word(section, 16, 24), word(section, 20, 32) / entry,
+                                    word(section, 36, 56), entry);
+        const uint64_t link = number(section + (wide ? 40 : 24), 4);
+        need(link < sections.count);
+        const uint64_t names = word(sections.at(link), 16, 24);
+        const uint64_t namesLength = word(sections.at(link), 20, 32);
+        needRange(names, namesLength);
+        for (uint64_t i = 0; i < symbols.count; ++i) {
+            if (isObject(symbols.at(i)) && isNamed(symbols.at(i), names, namesLength, name)) {
+                return loaded(segments, word(symbols.at(i), 4, 8), word(symbols.at(i), 8, 16));
+            }
+        }
+        throw Missing();
+    }
+
+    uint64_t exports(const Table& sections) const {
+        for (uint64_t i = 0; i < sections.count; ++i) {
+            if (number(sections.at(i) + 4, 4) == 11) {
+                return sections.at(i);
+            }
+        }
+        throw Missing();
+    }
+
+    /// Defined, global or weak, and data.
+    bool isObject(uint64_t symbol) const {
+        const uint64_t info = number(symbol + (wide ? 4 : 12), 1);
+        return number(symbol + (wide ? 6 : 14), 2) != 0 && (info == 0x11 || info == 0x21);
+    }
+
+    bool isNamed(uint64_t symbol, uint64_t names, uint64_t length, const std::string& name) const {
+        const uint64_t begin = number(symbol, 4);
+        for (size_t i = 0; i <= name.size(); ++i) {
+            if (begin + i >= length ||
+                number(names + begin + i, 1) != static_cast<unsigned char>(name.c_str()[i])) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    byteVec_t loaded(const Table& segments, uint64_t address, uint64_t length) const {
+        for (uint64_t i = 0; i < segments.count; ++i) {
+            const uint64_t segment = segments.at(i);
+            const uint64_t begin = word(segment, 8, 16);
+            const uint64_t inFile = word(segment, 16, 32);
+            if (number(segment, 4) == 1 && address >= begin && address - begin <= inFile &&
+                length <= inFile - (address - begin)) {
+                const uint64_t offset = word(segment, 4, 8);
+                needRange(offset, inFile);
+                const auto from = file.begin() + static_cast<ptrdiff_t>(offset + address - begin);
+                return {from, from + static_cast<ptrdiff_t>(length)};
+            }
+        }
+        throw Missing();
+    }
+
+    const byteVec_t& file;
+    const bool little;
+    const bool wide;
+};
+
+/// Of a machine whose number is the one in the file, so that this is not what refuses it.
+ElfMachine machineOf(const byteVec_t& file, uint8_t wordClass) {
+    ElfMachine machine = hostMachine();
+    machine.wordClass = wordClass;
+    if (file.size() >= 20) {
+        std::copy_n(file.data() + 18, 2, reinterpret_cast<uint8_t*>(&machine.machine));
+    }
+    return machine;
+}
+
+std::optional<byteVec_t> read(const byteVec_t& file, const ElfMachine& machine) {
+    try {
+        return readElfObject(file, NAME, machine);
+    } catch (const ElfError& e) {
+        require(*e.what() != '\0', "a refusal has a reason");
+        return std::nullopt;
+    }
+}
+
+std::optional<byteVec_t> plainRead(const byteVec_t& file, const ElfMachine& machine) {
+    const byteVec_t identity = {0x7F, 'E', 'L', 'F', machine.wordClass, machine.byteOrder};
+    if (file.size() < 20 || !std::equal(identity.begin(), identity.end(), file.begin())) {
+        return std::nullopt;
+    }
+    return PlainElf(file, machine.byteOrder == 1).object(NAME);
+}
+
+/// A text of printable ASCII in a field of `length` bytes at `at`, the rest of which is 0.
+std::optional<std::string> plainText(const byteVec_t& bytes, size_t at, size_t length) {
+    std::string text;
+    while (length > 0 && bytes[at] != 0) {
+        if (bytes[at] < 0x20 || bytes[at] > 0x7E) {
+            return std::nullopt;
+        }
+        text += static_cast<char>(bytes[at++]);
+        --length;
+    }
+    const bool ended = length > 0 && std::count(&bytes[at], &bytes[at] + length, 0) ==
+                                         static_cast<ptrdiff_t>(length);
+    return ended && !text.empty() ? std::optional(text) : std::nullopt;
+}
+
+/// Name and version; nothing where the bytes do not describe a plugin.
+std::optional<std::string> plainDescription(const byteVec_t& bytes) {
+    const std::string magic = "VEKPLUG";
+    const uint32_t numbers[] = {1, 112};
+    if (bytes.size() != 112 || !std::equal(magic.c_str(), magic.c_str() + 8, bytes.begin()) ||
+        !std::equal(&bytes[8], &bytes[16], reinterpret_cast<const uint8_t*>(numbers))) {
+        return std::nullopt;
+    }
+    const auto name = plainText(bytes, 16, 64);
+    const auto version = plainText(bytes, 80, 32);
+    return name && version ? std::optional(*name + '/' + *version) : std::nullopt;
+}
+
+std::optional<std::string> description(const byteVec_t& bytes) {
+    try {
+        const Plugin plugin = describePlugin(bytes);
+        return plugin.name + '/' + plugin.version;
+    } catch (const PluginError& e) {
+        require(*e.what() != '\0', "a refusal has a reason");
+        return std::nullopt;
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const byteVec_t file(data, data + size);
+    for (const uint8_t wordClass : {uint8_t{1}, uint8_t{2}}) {
+        const ElfMachine machine = machineOf(file, wordClass);
+        const std::optional<byteVec_t> object = read(file, machine);
+        require(object == plainRead(file, machine), "an object is read as the format has it");
+        if (object) {
+            require(description(*object) == plainDescription(*object),
+                    "a description is read as it stands");
+        }
+    }
+    require(description(file) == plainDescription(file), "a description is read as it stands");
+    return 0;
+}
