@@ -22,6 +22,24 @@ public:
     PlainElf(const byteVec_t& _file, bool littleEndian)
         : file(_file), little(littleEndian), wide(number(4, 1) == 2) {}
 
+    /// Whether the file has all of its tables and of what is to be loaded.
+    bool hasItsParts() const {
+        try {
+            needRange(0, wide ? 64 : 52);
+            const unsigned counts = wide ? 54 : 42;
+            const Table segments =
+                table(word(0, 28, 32), number(counts + 2, 2), number(counts, 2), wide ? 56 : 32);
+            for (uint64_t i = 0; i < segments.count; ++i) {
+                if (number(segments.at(i), 4) == 1) {
+                    needRange(word(segments.at(i), 4, 8), word(segments.at(i), 16, 32));
+                }
+            }
+            return true;
+        } catch (const Missing&) {
+            return false;
+        }
+    }
+
     /// Nothing where there is no such object.
     std::optional<byteVec_t> object(const std::string& name) const {
         try {
@@ -157,6 +175,16 @@ std::optional<byteVec_t> read(const byteVec_t& file, const ElfMachine& machine) 
     }
 }
 
+bool isLoadable(const byteVec_t& file, const ElfMachine& machine) {
+    try {
+        checkElfLayout(file, machine);
+        return true;
+    } catch (const ElfError& e) {
+        require(*e.what() != '\0', "a refusal has a reason");
+        return false;
+    }
+}
+
 std::optional<byteVec_t> plainRead(const byteVec_t& file, const ElfMachine& machine) {
     const byteVec_t identity = {0x7F, 'E', 'L', 'F', machine.wordClass, machine.byteOrder};
     if (file.size() < 20 || !std::equal(identity.begin(), identity.end(), file.begin())) {
@@ -211,6 +239,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const ElfMachine machine = machineOf(file, wordClass);
         const std::optional<byteVec_t> object = read(file, machine);
         require(object == plainRead(file, machine), "an object is read as the format has it");
+        require(!isLoadable(file, machine) || PlainElf(file, machine.byteOrder == 1).hasItsParts(),
+                "what is loaded is in the file");
         if (object) {
             require(description(*object) == plainDescription(*object),
                     "a description is read as it stands");

@@ -379,17 +379,60 @@ void checkSelection(Script& script) {
 
 // ---- What is written ---------------------------------------------------------------------------
 
-std::string plainEscape(const std::string& text, bool alsoBeyondAscii) {
+std::string plainEscape(const std::string& text) {
     std::string result;
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x20 || byte == 0x7F || (byte > 0x7F && alsoBeyondAscii)) {
-            char digits[8];
+        char digits[8] = {c};
+        if (byte < 0x20 || byte > 0x7E) {
             std::snprintf(digits, sizeof digits, "\\x%02x", unsigned{byte});
-            result += digits;
-        } else {
-            result += c;
         }
+        result += digits;
+    }
+    return result;
+}
+
+/// How many bytes the character of UTF-8 has that `text` begins with, and which one it is; 0 where
+/// there is none.
+size_t plainCharacter(const std::string& text, uint32_t& code) {
+    constexpr uint32_t LEAST[] = {0, 0, 0x80, 0x800, 0x10000};
+    const auto first = static_cast<unsigned char>(text[0]);
+    code = first;
+    if (first < 0x80) {
+        return 1;
+    }
+    const size_t length = first >= 0xF8   ? 0
+                          : first >= 0xF0 ? 4
+                          : first >= 0xE0 ? 3
+                          : first >= 0xC0 ? 2
+                                          : 0;
+    if (length == 0 || length > text.size()) {
+        return 0;
+    }
+    code = first % (1U << (7 - length));
+    for (size_t i = 1; i < length; ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        if (byte / 64 != 2) {
+            return 0;
+        }
+        code = code * 64 + byte % 64;
+    }
+    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
+    return code < LEAST[length] || code > 0x10FFFF || surrogate ? 0 : length;
+}
+
+/// Escapes control characters and bytes that are none of UTF-8; tells whether there were any of these.
+std::string plainWithoutControls(std::string text, bool& isUtf8) {
+    std::string result;
+    isUtf8 = true;
+    while (!text.empty()) {
+        uint32_t code = 0;
+        const size_t length = plainCharacter(text, code);
+        const std::string character = text.substr(0, std::max<size_t>(length, 1));
+        const bool control = code < 0x20 || (code >= 0x7F && code < 0xA0);
+        isUtf8 = isUtf8 && length > 0;
+        result += length == 0 || control ? plainEscape(character) : character;
+        text.erase(0, character.size());
     }
     return result;
 }
@@ -402,10 +445,12 @@ std::string escaped(const std::string& text) {
 
 void checkEscape(Script& script) {
     const std::string text = script.restOfText();
-    require(escaped(text) == plainEscape(text, true), "what is not printable ASCII is escaped");
+    require(escaped(text) == plainEscape(text), "what is not printable ASCII is escaped");
     std::string result = "before";
     appendWithoutControls(result, text);
-    require(result == "before" + plainEscape(text, false), "controls are escaped");
+    bool utf8 = false;
+    require(result == "before" + plainWithoutControls(text, utf8), "controls are escaped");
+    require(isUtf8(text) == utf8, "UTF-8 is told from other bytes");
     result.clear();
     appendHex(result, reinterpret_cast<const unsigned char*>(text.data()), text.size(), ' ');
     std::string expected;
@@ -445,8 +490,9 @@ void checkJson(Script& script) {
         return std::string(value.GetString(), value.GetStringLength());
     };
     require(member("schema") == "vektrace.fuzz/1", "the schema reads back");
-    require(member("file") == path || member("file") == plainEscape(path, true),
-            "so does the name of the file");
+    bool utf8 = false;
+    plainWithoutControls(path, utf8);
+    require(member("file") == (utf8 ? path : plainEscape(path)), "so does the name of the file");
     require(document["id"].GetUint() == unsigned{id}, "so does the identifier");
     require(document.HasMember("name") == !identifierName(id).empty(), "which may have a name");
     require(member("time") == rfc3339(stamp) && member("us") == std::to_string(stamp),
