@@ -82,4 +82,17 @@ TEST(Date, OfEveryDayOfItsRangeFollowsTheOneBefore) {
     }
 }
 
+TEST(Digits, NothingIsWrittenBehindThem) {
+    for (uint32_t value = 0; value < 100; ++value) {
+        char text[] = "....";
+        EXPECT_EQ(vek::detail::writeTwoDigits(text, value), text + 2);
+        EXPECT_STREQ(text + 2, "..") << value;
+    }
+    for (uint32_t value = 0; value < 10000; ++value) {
+        char text[] = "......";
+        EXPECT_EQ(vek::detail::writeFourDigits(text, value), text + 4);
+        EXPECT_STREQ(text + 4, "..") << value;
+    }
+}
+
 }  // namespace
