@@ -112,7 +112,7 @@ void Output::guarded(const Step& step) {
     try {
         step();
     } catch (const TraceException& e) {
-        if (e.error() == EINTR) {
+        if (e.error() == EINTR && session.stopped()) {
             throw Interrupted();
         }
         fail(name, e.error(), e.what());
