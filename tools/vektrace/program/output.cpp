@@ -51,9 +51,11 @@ bool isStandardOutput(const std::string& path) {
 }  // namespace
 
 bool isSameTarget(const std::string& one, const std::string& other) {
-    const auto target = [](const std::string& path) {
-        std::error_code ignored;
-        return std::filesystem::weakly_canonical(std::filesystem::absolute(path, ignored), ignored);
+    const auto target = [](const std::filesystem::path& path) {
+        std::error_code error;
+        std::filesystem::path real = std::filesystem::absolute(path, error);
+        real = error ? real : std::filesystem::weakly_canonical(real, error);
+        return error ? path.lexically_normal() : real;  // whoever opens it tells why
     };
     if (one != "-" && other != "-") {
         return target(one) == target(other);
