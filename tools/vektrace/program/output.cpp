@@ -77,7 +77,9 @@ void addOutput(CLI::App& verb, OutputOptions& options) {
 
 Output::Output(Session& _session, const OutputOptions& options,
                const std::vector<std::string>& inputs)
-    : session(_session), name(options.path == "-" ? STANDARD_OUTPUT : options.path) {
+    : session(_session),
+      name(options.path == "-" ? STANDARD_OUTPUT : options.path),
+      needed(options.needed) {
     if (options.path == "-") {
         refuseInputs(STDOUT_FILENO, name, inputs);
         openStandardOutput(options.force);
@@ -116,6 +118,9 @@ void Output::guarded(const Step& step) {
     } catch (const TraceException& e) {
         if (e.error() == EINTR && session.stopped()) {
             throw Interrupted();
+        }
+        if (e.error() == EPIPE && (file || needed)) {
+            throw Failure(name, e.what());
         }
         fail(name, e.error(), e.what());
     }

@@ -23,6 +23,7 @@ namespace vek::program {
 struct OutputOptions {
     std::string path = "-";
     bool force = false;
+    bool needed = false;  ///< that nobody reads it on is a failure
 };
 
 /// Adds --output and --force.
@@ -67,6 +68,7 @@ private:
     Session& session;
     std::string name;
     bool file = false;
+    const bool needed;
     std::unique_ptr<TraceWriter> writer;
 };
 

@@ -142,7 +142,7 @@ std::unique_ptr<Output> openLedger(Session& session, const DamageOptions& option
     if (isSameTarget(options.ledger, options.output.path)) {
         throw UsageError("the ledger and the output are the same file");
     }
-    const OutputOptions ledger = {options.ledger, options.output.force};
+    const OutputOptions ledger = {options.ledger, options.output.force, true};
     return std::make_unique<Output>(session, ledger, std::vector<std::string>{input});
 }
 

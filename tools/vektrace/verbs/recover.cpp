@@ -43,7 +43,7 @@ public:
         }
         // Lines may go to a terminal.
         const OutputOptions outputOptions = {options.ledger,
-                                             options.output.force || options.ledger == "-"};
+                                             options.output.force || options.ledger == "-", true};
         output = std::make_unique<Output>(session, outputOptions, inputs);
     }
 
