@@ -51,7 +51,7 @@ SizedInput::SizedInput(Session& _session, const std::string& path)
 }
 
 bool SizedInput::read(byteVec_t& piece) {
-    readSome(spooled ? spooled->get() : file.get(), piece, total - done);
+    readSome(spooled ? *spooled : file, piece, total - done);
     if (piece.empty() && done < total) {
         throw Failure(name, done, "it has become shorter while it was read");
     }
@@ -63,7 +63,7 @@ void SizedInput::spool() {
     spooled = openNameless();
     byteVec_t piece;
     do {
-        readSome(file.get(), piece, std::numeric_limits<uint64_t>::max());
+        readSome(file, piece, std::numeric_limits<uint64_t>::max());
         writeToSpool(piece);
         total += piece.size();
     } while (!piece.empty());
@@ -72,17 +72,17 @@ void SizedInput::spool() {
     }
 }
 
-void SizedInput::readSome(int from, byteVec_t& piece, uint64_t most) {
+void SizedInput::readSome(const FileDescriptor& from, byteVec_t& piece, uint64_t most) {
     piece.resize(static_cast<size_t>(std::min<uint64_t>(most, INPUT_PIECE)));
     ssize_t count = -1;
     do {
         if (session.stopped()) {
             throw Interrupted();
         }
-        count = ::read(from, piece.data(), piece.size());
+        count = ::read(from.get(), piece.data(), piece.size());
     } while (count == -1 && errno == EINTR);
     if (count == -1) {
-        fail(errno);
+        failReading(from, errno);
     }
     piece.resize(static_cast<size_t>(count));
 }
@@ -100,5 +100,12 @@ void SizedInput::writeToSpool(const byteVec_t& piece) {
 }
 
 void SizedInput::fail(int error) const { throw Failure(name, systemReason(error)); }
+
+void SizedInput::failReading(const FileDescriptor& from, int error) const {
+    if (&from == &file) {
+        throw Failure(name, spooled ? total : done, systemReason(error));
+    }
+    throw Failure(TEMPORARY, done, systemReason(error));
+}
 
 }  // namespace vek::program

@@ -29,9 +29,10 @@ public:
 private:
     void spool();
     /// What the system hands out of at most `most` bytes; nothing at the end.
-    void readSome(int from, byteVec_t& piece, uint64_t most);
+    void readSome(const FileDescriptor& from, byteVec_t& piece, uint64_t most);
     void writeToSpool(const byteVec_t& piece);
     [[noreturn]] void fail(int error) const;
+    [[noreturn]] void failReading(const FileDescriptor& from, int error) const;
 
     Session& session;
     const std::string name;
