@@ -91,7 +91,10 @@ void SizedInput::writeToSpool(const byteVec_t& piece) {
     size_t written = 0;
     while (written < piece.size()) {
         const ssize_t count = write(spooled->get(), piece.data() + written, piece.size() - written);
-        if (count >= 0) {
+        if (count == 0) {
+            throw Failure(TEMPORARY, "the system takes no more bytes");
+        }
+        if (count > 0) {
             written += static_cast<size_t>(count);
         } else if (errno != EINTR) {
             throw Failure(TEMPORARY, systemReason(errno));

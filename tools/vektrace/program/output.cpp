@@ -163,7 +163,10 @@ void TextOutput::flush() {
     std::string_view rest = buffer;
     while (!rest.empty()) {
         const ssize_t count = ::write(STDOUT_FILENO, rest.data(), rest.size());
-        if (count >= 0) {
+        if (count == 0) {
+            throw Failure(STANDARD_OUTPUT, "the system takes no more bytes");
+        }
+        if (count > 0) {
             rest.remove_prefix(static_cast<size_t>(count));
             if (!rest.empty() && session.stopped()) {
                 throw Interrupted();  // it would have waited, had the signal not come
