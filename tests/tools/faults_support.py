@@ -82,7 +82,10 @@ class FaultCase(Case):
             *arguments, env=env, stdin=stdin, stdout=subprocess.PIPE, stderr=subprocess.PIPE
         )
         os.close(stdin)
-        out, complaint = process.communicate(timeout=PATIENCE)
+        try:
+            out, complaint = process.communicate(timeout=PATIENCE)
+        finally:
+            process.kill()  # where it hangs
         files = self.contents()
         for name, content in self.inputs.items():
             self.assertEqual(files.pop(name), content)
