@@ -55,14 +55,16 @@ public:
 private:
     using ids_t = std::bitset<0x10000>;
 
+    static ids_t idsWithName() {
+        ids_t ids;
+        for (size_t id = 0; id < ids.size(); ++id) {
+            ids[id] = messageName(static_cast<msgid_t>(id)) != nullptr;
+        }
+        return ids;
+    }
+
     static const ids_t& catalogue() {
-        static const ids_t theCatalogue = [] {
-            ids_t ids;
-            for (size_t id = 0; id < ids.size(); ++id) {
-                ids[id] = messageName(static_cast<msgid_t>(id)) != nullptr;
-            }
-            return ids;
-        }();
+        static const ids_t theCatalogue = idsWithName();
         return theCatalogue;
     }
 
