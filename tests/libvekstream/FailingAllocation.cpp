@@ -1,7 +1,7 @@
 #include "FailingAllocation.h"
 
-long FailingAllocation::alive = 0;
-FailingAllocation* FailingAllocation::current = nullptr;
+std::atomic<long> FailingAllocation::alive{0};
+std::atomic<FailingAllocation*> FailingAllocation::current{nullptr};
 
 void* operator new(size_t size) {
     void* const memory = FailingAllocation::allocate(size == 0 ? 1 : size);

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdlib>
 #include <new>
@@ -26,7 +27,8 @@ public:
 
     /// Null where it fails.
     static void* allocate(size_t size) {
-        void* const memory = current != nullptr && current->fails() ? nullptr : std::malloc(size);
+        FailingAllocation* const failing = current;
+        void* const memory = failing != nullptr && failing->fails() ? nullptr : std::malloc(size);
         alive += memory == nullptr ? 0 : 1;
         return memory;
     }
@@ -34,7 +36,8 @@ public:
         alive -= memory == nullptr ? 0 : 1;
         std::free(memory);
     }
-    static long alive;
+    /// Blocks that are not freed yet, in every thread.
+    static std::atomic<long> alive;
 
 private:
     bool fails() {
@@ -42,7 +45,7 @@ private:
         return number == first || (forGood && number > first);
     }
 
-    static FailingAllocation* current;
+    static std::atomic<FailingAllocation*> current;
 
     long first;
     bool forGood;
@@ -72,7 +75,7 @@ long failEachAllocation(Operation operation) {
                 }
                 hasFailed = failing.hasFailed();
             }
-            EXPECT_EQ(FailingAllocation::alive, before) << number;
+            EXPECT_EQ(FailingAllocation::alive.load(), before) << number;
             EXPECT_TRUE(isTold || !hasFailed) << number;
         }
     }
