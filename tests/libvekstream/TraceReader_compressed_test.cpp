@@ -294,6 +294,10 @@ TEST_P(CompressedTrace, ThrowsWhenItExpandsBeyondTheLimit) {
     EXPECT_LT(reading.bytes.size(), 2 * ALWAYS_ALLOWED);
 }
 
+TEST(TraceReaderOptions, LimitTheExpansionTo32768TimesByDefault) {
+    EXPECT_EQ(TraceReaderOptions().expansionLimit, 32768U);
+}
+
 TEST_P(CompressedTrace, HasNoLimitWhenTheLimitIsZero) {
     const size_t length = 4 * ALWAYS_ALLOWED;
     expectWhole(readingOfZeros(GetParam(), length, 0), byteVec_t(length));

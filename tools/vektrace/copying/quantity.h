@@ -10,7 +10,8 @@
 namespace vek::program {
 
 /// Reads bytes: "500", or with a k, M or G behind, which are powers of 1024: "1.5M". Throws
-/// UsageError, also for 0 and for what is no whole number of bytes.
+/// UsageError, also for 0, for what is no whole number of bytes and where the digits, without the
+/// point, times the unit are beyond 64 bits.
 uint64_t parseSize(std::string_view text);
 
 /// Reads a whole number above 0. Throws UsageError.
