@@ -1,23 +1,26 @@
 #!/usr/bin/env python3
-"""Tells how many faults the tests would notice: mutate.py [--seconds N | --whole] [OPTION...]
+"""Tells how many faults the tests would notice: mutate.py [--count N | --seconds N | --whole] [OPTION...]
 
 One operator, constant, condition or statement of the libraries is changed at a time, in a copy.
 What the change concerns is compiled, and the tests are run until one fails: the mutant is killed.
-One that hangs is killed too; one that does not compile does not count. Those that survive must
-stand in survivors.txt with the reason why no test can tell.
+One that hangs is killed too. One that does not compile does not count, nor does one of which the
+compiler, when it optimises, makes the same code as of the original. Those that survive must stand
+in survivors.txt with the reason why no test can tell.
 
-Fails when fewer than 95 % are killed, when a survivor is not explained, or when survivors.txt
-explains what is not there.
+Fails when fewer than 95 % are killed (of a sample only if it has a hundred), when a survivor is not
+explained, or when survivors.txt explains what is not there.
 """
 
 import argparse
 import os
+import queue
 import random
 import resource
 import shutil
 import signal
 import subprocess
 import sys
+import threading
 import time
 from collections import Counter
 from concurrent.futures import ThreadPoolExecutor
@@ -29,6 +32,7 @@ ROOT = Path(__file__).resolve().parents[2]
 WORK = ROOT / "build" / "mutation"
 SURVIVORS = Path(__file__).resolve().with_name("survivors.txt")
 MUST_KILL = 0.95
+FEW = 100  # mutants, of which a share tells nothing
 TEST_TIMEOUT = 30  # seconds, of which a test program takes less than five
 COMPILE_TIMEOUT = 120
 
@@ -50,11 +54,23 @@ NO_UNITS = ["noGzip.cpp", "noZstd.cpp"]
 # What takes long and finds nothing that the others leave.
 NO_TESTS = "-*ThreeBytes*:*Million*:Comparison.EveryIdentifier*:Comparison.EveryInput*"
 
-COMPILER = ["c++", "-std=c++17", "-O0", "-w", "-fPIC", "-D_GLIBCXX_ASSERTIONS", "-D_FILE_OFFSET_BITS=64"]
-COMPILER += [f'-DDOCUMENTS="{ROOT}/docs"']
+COMPILER = ["c++", "-std=c++17", "-w", "-fPIC", "-D_FILE_OFFSET_BITS=64", f'-DDOCUMENTS="{ROOT}/docs"']
+TESTED = COMPILER + ["-O0", "-D_GLIBCXX_ASSERTIONS"]
+# As it is used; with nothing in the object that depends on where and when it was compiled.
+OPTIMISED = COMPILER + ["-O2", "-DNDEBUG", "-frandom-seed=1"]
 LINKED = ["-lgtest_main", "-lgtest", "-pthread"]
-# Compiled once: what every unit or test includes of others.
-PREAMBLE = """#include <gtest/gtest.h>
+# Compiled once: what the libraries' units, and what the tests include of others.
+PREAMBLES = {
+    "library.h": """#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+""",
+    "tests.h": """#include <gtest/gtest.h>
 #include <algorithm>
 #include <atomic>
 #include <functional>
@@ -68,7 +84,8 @@ PREAMBLE = """#include <gtest/gtest.h>
 #include <sstream>
 #include <thread>
 #include <unordered_map>
-"""
+""",
+}
 
 
 def run(command, seconds, **options):
@@ -107,15 +124,26 @@ class Unit:
         self.source = source
         self.object = WORK / "objects" / (source.replace("/", "_") + ".o")
 
-    def compile(self, target, overlay=None, **options):
+    def command(self, compiler, target, overlay):
         source, include = ROOT / self.source, []
         if overlay:
             include = ["-I", str(overlay)]
             source = overlay / self.source if (overlay / self.source).exists() else source
-        command = COMPILER + include + ["-I", str(ROOT), "-I", str(ROOT / "tests")]
-        command += ["-iquote", str((ROOT / self.source).parent), "-include", "preamble.h"]
-        command += ["-MD", "-MF", f"{target}.d", "-c", str(source), "-o", str(target)]
+        command = compiler + include + ["-I", str(ROOT), "-I", str(ROOT / "tests")]
+        command += ["-iquote", str((ROOT / self.source).parent)]
+        return command + ["-c", str(source), "-o", str(target)]
+
+    def compile(self, target, overlay=None, **options):
+        preamble = "tests.h" if self.source.startswith("tests/") else "library.h"
+        command = self.command(TESTED, target, overlay)
+        command += ["-include", preamble, "-MD", "-MF", f"{target}.d"]
         return run(command, COMPILE_TIMEOUT, **options)
+
+    def code(self, target, overlay, *options):
+        """What the compiler makes of it when it optimises."""
+        if not run(self.command([*OPTIMISED, *options], target, overlay), COMPILE_TIMEOUT):
+            sys.exit(f"{self.source} compiles, but not optimised")
+        return target.read_bytes()
 
     def depends_on(self):
         listed = Path(f"{self.object}.d").read_text(encoding="utf-8").replace("\\\n", " ")
@@ -186,12 +214,14 @@ class Subject:
 
     def build(self, jobs):
         """Compiles what is not current, and makes sure that all tests pass."""
-        for folder in ("objects", "programs", "library", "mutant"):
+        for folder in ("objects", "programs", "library"):
             (WORK / folder).mkdir(parents=True, exist_ok=True)
-        preamble = WORK / "preamble.h"
-        if not preamble.exists() or preamble.read_text(encoding="utf-8") != PREAMBLE:
-            preamble.write_text(PREAMBLE, encoding="utf-8")
-            command = COMPILER + ["-x", "c++-header", str(preamble), "-o", f"{preamble}.gch"]
+        for name, text in PREAMBLES.items():
+            preamble = WORK / name
+            if preamble.exists() and preamble.read_text(encoding="utf-8") == text:
+                continue
+            preamble.write_text(text, encoding="utf-8")
+            command = TESTED + ["-x", "c++-header", str(preamble), "-o", f"{preamble}.gch"]
             if not run(command, COMPILE_TIMEOUT, stderr=None):
                 sys.exit("the preamble does not compile")
         units = self.units + [unit for program in self.programs for unit in program.units]
@@ -199,17 +229,23 @@ class Subject:
             stale = [unit for unit in units if not unit.is_current()]
             if not all(pool.map(lambda unit: unit.compile(unit.object, stderr=None), stale)):
                 sys.exit("the tests do not compile")
-        self.library = WORK / "library" / "libsubject.so"
-        if not self.link([unit.object for unit in self.units], self.library):
-            sys.exit("the library cannot be linked")
-        for program in self.programs:
-            objects = [unit.object for unit in program.units]
-            if not program.link(program.file, objects, self.library, self.extra):
-                sys.exit(f"{program.name} cannot be linked")
-            began = time.monotonic()
-            if not program.passes(program.file, self.library):
-                sys.exit(f"{program.name} fails without any change")
-            program.seconds = time.monotonic() - began
+            self.library = WORK / "library" / "libsubject.so"
+            if not self.link([unit.object for unit in self.units], self.library):
+                sys.exit("the library cannot be linked")
+            if not all(pool.map(self.build_program, self.programs)):
+                sys.exit("the tests must pass without any change")
+
+    def build_program(self, program):
+        objects = [unit.object for unit in program.units]
+        if not program.link(program.file, objects, self.library, self.extra):
+            print(f"{program.name} cannot be linked")
+            return False
+        began = time.monotonic()
+        if not program.passes(program.file, self.library):
+            print(f"{program.name} fails without any change")
+            return False
+        program.seconds = time.monotonic() - began
+        return True
 
     def link(self, objects, target):
         command = ["c++", "-shared", "-Wl,-soname,libsubject.so", "-o", str(target)]
@@ -238,14 +274,14 @@ class Subject:
 
         return sorted(self.programs, key=rank)
 
-    def judge(self, mutant):
-        """'not viable', 'killed' or 'survived', and the program that killed it."""
-        folder = WORK / "mutant"
+    def judge(self, mutant, folder):
+        """'not viable', 'killed', 'same code' or 'survived', and the program that killed it."""
         overlay = folder / "overlay"
-        shutil.rmtree(folder)
-        (overlay / mutant.path).parent.mkdir(parents=True)
+        shutil.rmtree(folder, ignore_errors=True)
+        changed = overlay / mutant.path
+        changed.parent.mkdir(parents=True)
         source = (ROOT / mutant.path).read_text(encoding="utf-8")
-        (overlay / mutant.path).write_text(mutant.apply(source), encoding="utf-8")
+        changed.write_text(mutant.apply(source), encoding="utf-8")
         objects = self.objects(self.units, mutant.path, overlay, folder)
         library = folder / "libsubject.so"
         if objects is None or not self.link(objects, library):
@@ -262,7 +298,25 @@ class Subject:
             if not program.passes(file, library):
                 self.kills[mutant.path, program.name] += 1
                 return "killed", program.name
-        return "survived", None
+        original = folder / "original"
+        (original / mutant.path).parent.mkdir(parents=True)
+        (original / mutant.path).write_text(source, encoding="utf-8")
+        same = self.same_code(mutant.path, original, overlay, folder / "optimised.o")
+        return "same code" if same else "survived", None
+
+    def same_code(self, path, original, overlay, target):
+        """Whether an optimising compiler does not see the change."""
+        units = [unit for unit in self.units if unit.source == path or unit.includes(path)]
+        steps = [(unit, []) for unit in units]
+        # What a public header defines is used by others too: all of it counts, and its templates.
+        if path.endswith(".h") and "/detail/" not in path:
+            units += [unit for program in self.programs for unit in program.units]
+            users = [unit for unit in units if unit.includes(path)]
+            steps += [(unit, ["-fkeep-inline-functions"]) for unit in users]
+        return all(
+            unit.code(target, original, *options) == unit.code(target, overlay, *options)
+            for unit, options in steps
+        )
 
 
 def read_survivors():
@@ -281,33 +335,59 @@ def read_survivors():
 
 
 def sample(mutants, arguments):
-    """All, or some until the time is over."""
+    """All, or so many of them, or some until the time is over."""
     if arguments.whole:
         yield from mutants
         return
     mutants = list(mutants)
     random.Random(arguments.seed).shuffle(mutants)
     end = time.monotonic() + arguments.seconds
-    for mutant in mutants:
-        if time.monotonic() > end:
+    for mutant in mutants[: arguments.count]:
+        if arguments.count is None and time.monotonic() > end:
             return
         yield mutant
 
 
+def judged(subject, mutants, jobs):
+    """(mutant, result, program) of each, several at a time, as they come."""
+    lock = threading.Lock()
+    found = queue.SimpleQueue()
+
+    def work(number):
+        try:
+            while True:
+                with lock:
+                    mutant = next(mutants, None)
+                if mutant is None:
+                    break
+                found.put((mutant, *subject.judge(mutant, WORK / f"mutant{number}")))
+        finally:
+            found.put(None)
+
+    with ThreadPoolExecutor(jobs) as pool:
+        workers = [pool.submit(work, number) for number in range(jobs)]
+        for _ in workers:
+            yield from iter(found.get, None)
+        for worker in workers:
+            worker.result()
+
+
 def report(results, total):
-    """Prints a line per source and one for all; returns the share of killed ones."""
-    print(f"{'':44}{'mutants':>8}{'viable':>8}{'killed':>8}{'share':>8}")
+    """Prints a line per source and one for all; returns how many count, and how many are killed."""
+    print(f"{'':40}{'mutants':>8}{'invalid':>8}{'same':>8}{'viable':>8}{'killed':>8}{'share':>8}")
     rows = {}
     for mutant, result in results:
         rows.setdefault(mutant.path, Counter())[result] += 1
+    rows = dict(sorted(rows.items()))
     rows["all"] = sum(rows.values(), Counter())
     for path, counts in rows.items():
-        viable = counts["killed"] + counts["survived"]
-        share = counts["killed"] / viable if viable else 1
-        tried = sum(counts.values())
-        print(f"{path:44}{tried:8}{viable:8}{counts['killed']:8}{share:8.1%}")
+        killed = counts["killed"]
+        viable = killed + counts["survived"]
+        share = killed / viable if viable else 1
+        left_out = f"{counts['not viable']:8}{counts['same code']:8}"
+        print(f"{path:40}{sum(counts.values()):8}{left_out}{viable:8}{killed:8}{share:8.1%}")
     print(f"{len(results)} of {total} mutants tried")
-    return share
+    return viable, killed
 
 
 def main():
@@ -315,7 +395,9 @@ def main():
     parser.add_argument("--seconds", type=int, default=240, help="time for a sample (240)")
     parser.add_argument("--whole", action="store_true", help="every mutant, however long it takes")
     parser.add_argument("--seed", type=int, default=1, help="which sample (1)")
-    parser.add_argument("--jobs", type=int, default=2, help="for what is compiled at first (2)")
+    parser.add_argument("--count", type=int, help="so many, however long it takes")
+    cores = os.cpu_count() or 1
+    parser.add_argument("--jobs", type=int, default=cores, help=f"mutants at a time ({cores})")
     parser.add_argument("--library", choices=[STREAM_LIBRARY], help="this one instead")
     parser.add_argument("--only", action="append", metavar="PART", help="sources named like this")
     parser.add_argument("--list", action="store_true", help="name the mutants and do nothing")
@@ -331,8 +413,8 @@ def main():
     subject.build(arguments.jobs)
 
     results, wrong = [], []
-    for mutant in sample(subject.mutants, arguments):
-        result, program = subject.judge(mutant)
+    mutants = sample(subject.mutants, arguments)
+    for mutant, result, program in judged(subject, mutants, arguments.jobs):
         results.append((mutant, result))
         if result == "survived" and mutant.key not in explained:
             wrong.append(f"survived: {mutant.path}:{mutant.number}: {mutant.change}: {mutant.line}")
@@ -347,12 +429,14 @@ def main():
             print(wrong[-1])
     if not results:
         sys.exit("no mutant was tried")
-    share = report(results, len(subject.mutants))
-    if share < MUST_KILL:
+    viable, killed = report(results, len(subject.mutants))
+    everything = arguments.whole and not arguments.only
+    too_few = killed < MUST_KILL * viable and (everything or viable >= FEW)
+    if too_few:
         print(f"fewer than {MUST_KILL:.0%} are killed", file=sys.stderr)
     if wrong:
         print(f"{len(wrong)} survivors are not as survivors.txt says", file=sys.stderr)
-    return 1 if wrong or share < MUST_KILL else 0
+    return 1 if wrong or too_few else 0
 
 
 if __name__ == "__main__":
