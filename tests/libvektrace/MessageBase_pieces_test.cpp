@@ -7,6 +7,7 @@
 #include <functional>
 #include <sstream>
 #include <streambuf>
+#include <vector>
 
 #include "libvektrace/MessageBase.h"
 #include "libvektrace/detail/TextBuffer.h"
@@ -18,16 +19,20 @@ namespace {
 
 constexpr size_t CAPACITY = vek::detail::TextBuffer<std::ostream>::CAPACITY;
 
-/// Keeps the text and the length of its longest piece.
+/// Keeps the text and the length of each of its pieces.
 class Pieces : public std::streambuf {
 public:
     std::string text;
-    size_t longest = 0;
+    std::vector<size_t> lengths;
+
+    size_t longest() const {
+        return lengths.empty() ? 0 : *std::max_element(lengths.begin(), lengths.end());
+    }
 
 protected:
     std::streamsize xsputn(const char* piece, std::streamsize length) override {
         text.append(piece, static_cast<size_t>(length));
-        longest = std::max(longest, static_cast<size_t>(length));
+        lengths.push_back(static_cast<size_t>(length));
         return length;
     }
 };
@@ -41,7 +46,7 @@ void expectWholeButInPieces(const Writer& ours, const Writer& plain) {
     std::ostringstream expected;
     plain(expected);
     ASSERT_EQ(pieces.text, expected.str());
-    ASSERT_LE(pieces.longest, CAPACITY);
+    ASSERT_LE(pieces.longest(), CAPACITY);
 }
 
 TEST(Pieces, EveryEscapeAtEveryPlaceOfTheBuffer) {
@@ -104,6 +109,53 @@ TEST(Pieces, EveryLengthOfADump) {
     }
 }
 
+// ---- As few as possible ------------------------------------------------------------------------
+
+TEST(Pieces, ADumpFillsTheBufferBetweenItsFirstByteAndItsEnd) {
+    constexpr size_t FITTING = (CAPACITY - 1) / 3;  // a blank and two digits each, and one more
+    const byteVec_t data(1 + 3 * FITTING + 1, 0xAB);
+    Pieces pieces;
+    std::ostream os(&pieces);
+    os << std::hex;
+    os.fill('0');
+    MessageBase::dumpData(os, data.data(), data.size());
+    const std::vector<size_t> expected = {2, 3 * FITTING, 3 * FITTING, 3 * FITTING, 3};
+    EXPECT_EQ(pieces.lengths, expected);
+}
+
+TEST(Pieces, EscapesFillTheBuffer) {
+    static_assert(CAPACITY % 4 == 0);
+    Pieces pieces;
+    std::ostream os(&pieces);
+    MessageBase::printPrintable(os, std::string(CAPACITY / 2, '\n'));
+    EXPECT_EQ(pieces.lengths, (std::vector<size_t>{CAPACITY, CAPACITY}));
+}
+
+/// The pieces of an invalid message whose description is as long as it takes to have the text up to
+/// `end` fill the buffer but for `left` characters.
+std::vector<size_t> piecesWhenFullAt(const std::string& end, size_t left) {
+    const byteVec_t record(14 + 50, 0xAB);
+    InvalidMessage message(record.data(), record.size());
+    message.setInvalidEnumValue(0x1234, "colour");
+    std::string description = "d";
+    message.setDescription(description.c_str());
+    const size_t length = message.toString().rfind(end) + end.size();
+    description.append(CAPACITY - left - length, 'd');
+    message.setDescription(description.c_str());
+    Pieces pieces;
+    std::ostream os(&pieces);
+    os << message;
+    EXPECT_EQ(pieces.text, message.toString());
+    return pieces.lengths;
+}
+
+TEST(Pieces, WhatJustFitsIsNotLeftToTheNextPiece) {
+    EXPECT_EQ(piecesWhenFullAt("Id=0xabab", 0).at(0), CAPACITY);
+    EXPECT_EQ(piecesWhenFullAt("'=0x1234", 0).at(0), CAPACITY);
+    // The last bytes take a character more than they have.
+    EXPECT_EQ(piecesWhenFullAt(" ab", 1), std::vector<size_t>{CAPACITY - 1});
+}
+
 TEST(Pieces, ATextLongerThanTheBufferIsPassedOnAsItIs) {
     for (const size_t length : {CAPACITY, CAPACITY + 1, 5 * CAPACITY}) {
         TestMessage message;
@@ -112,7 +164,7 @@ TEST(Pieces, ATextLongerThanTheBufferIsPassedOnAsItIs) {
         std::ostream os(&pieces);
         os << message;
         EXPECT_EQ(pieces.text, message.source + ": 1970-01-01 00:00:00.000000");
-        EXPECT_EQ(pieces.longest, length);
+        EXPECT_EQ(pieces.longest(), length);
     }
 }
 

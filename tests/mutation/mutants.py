@@ -60,6 +60,10 @@ class Mutant:
     text: str  # that takes its place
 
     @property
+    def name(self):
+        return f"{self.path}:{self.number}: {self.change}: {self.line}"
+
+    @property
     def key(self):
         return self.path, self.line, self.change
 

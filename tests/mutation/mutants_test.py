@@ -63,6 +63,7 @@ class MutantsTest(unittest.TestCase):
     def test_a_mutant_says_where_it_is(self):
         (mutant,) = mutants_of("a.h", "\n  x = !a;  \n")
         self.assertEqual((mutant.number, mutant.key), (2, ("a.h", "x = !a;", "! -> nothing")))
+        self.assertEqual(mutant.name, "a.h:2: ! -> nothing: x = !a;")
 
 
 if __name__ == "__main__":

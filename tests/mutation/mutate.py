@@ -197,12 +197,13 @@ class Subject:
             if Path(name).stem not in NO_PROGRAMS
         ]
         self.kills = Counter()
+        self.codes = {}  # of the units as they are
         self.mutants = [
             mutant
             for pattern in ("*.h", "*.cpp")
             for path in self.sources(libraries, pattern)
-            if not only or any(part in path for part in only)
             for mutant in mutants_of(path, (ROOT / path).read_text(encoding="utf-8"))
+            if not only or any(part in mutant.name for part in only)
         ]
 
     @staticmethod
@@ -298,25 +299,29 @@ class Subject:
             if not program.passes(file, library):
                 self.kills[mutant.path, program.name] += 1
                 return "killed", program.name
-        original = folder / "original"
-        (original / mutant.path).parent.mkdir(parents=True)
-        (original / mutant.path).write_text(source, encoding="utf-8")
-        same = self.same_code(mutant.path, original, overlay, folder / "optimised.o")
+        same = self.same_code(mutant.path, overlay, folder)
         return "same code" if same else "survived", None
 
-    def same_code(self, path, original, overlay, target):
-        """Whether an optimising compiler does not see the change."""
+    def same_code(self, path, overlay, folder):
+        """Whether an optimising compiler does not see the change; for what survived all tests."""
+        # What a public header defines is used by others too: all of its functions count, and those
+        # of its templates that a test uses, as the test was compiled.
+        public = path.endswith(".h") and "/detail/" not in path
+        if public:
+            users = [unit for program in self.programs for unit in program.units]
+            for unit in users:
+                changed = folder / unit.object.name
+                if changed.exists() and changed.read_bytes() != unit.object.read_bytes():
+                    return False
+        options = ["-fkeep-inline-functions"] if public else []
         units = [unit for unit in self.units if unit.source == path or unit.includes(path)]
-        steps = [(unit, []) for unit in units]
-        # What a public header defines is used by others too: all of it counts, and its templates.
-        if path.endswith(".h") and "/detail/" not in path:
-            units += [unit for program in self.programs for unit in program.units]
-            users = [unit for unit in units if unit.includes(path)]
-            steps += [(unit, ["-fkeep-inline-functions"]) for unit in users]
-        return all(
-            unit.code(target, original, *options) == unit.code(target, overlay, *options)
-            for unit, options in steps
-        )
+        for unit in units:
+            key = unit.source, public
+            if key not in self.codes:
+                self.codes[key] = unit.code(folder / "original.o", None, *options)
+            if unit.code(folder / "changed.o", overlay, *options) != self.codes[key]:
+                return False
+        return True
 
 
 def read_survivors():
@@ -390,6 +395,10 @@ def report(results, total):
     return viable, killed
 
 
+def too_few(viable, killed, everything):
+    return killed < MUST_KILL * viable and (everything or viable >= FEW)
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--seconds", type=int, default=240, help="time for a sample (240)")
@@ -399,7 +408,7 @@ def main():
     cores = os.cpu_count() or 1
     parser.add_argument("--jobs", type=int, default=cores, help=f"mutants at a time ({cores})")
     parser.add_argument("--library", choices=[STREAM_LIBRARY], help="this one instead")
-    parser.add_argument("--only", action="append", metavar="PART", help="sources named like this")
+    parser.add_argument("--only", action="append", metavar="PART", help="those with this in their name")
     parser.add_argument("--list", action="store_true", help="name the mutants and do nothing")
     arguments = parser.parse_args()
 
@@ -407,7 +416,7 @@ def main():
     subject = Subject(libraries, arguments.only)
     if arguments.list:
         for mutant in subject.mutants:
-            print(f"{mutant.path}:{mutant.number}: {mutant.change}: {mutant.line}")
+            print(mutant.name)
         return 0
     explained = read_survivors()
     subject.build(arguments.jobs)
@@ -417,7 +426,7 @@ def main():
     for mutant, result, program in judged(subject, mutants, arguments.jobs):
         results.append((mutant, result))
         if result == "survived" and mutant.key not in explained:
-            wrong.append(f"survived: {mutant.path}:{mutant.number}: {mutant.change}: {mutant.line}")
+            wrong.append(f"survived: {mutant.name}")
             print(wrong[-1], flush=True)
         elif result == "killed" and mutant.key in explained:
             wrong.append(f"killed by {program}, but explained: {' | '.join(mutant.key)}")
@@ -430,13 +439,12 @@ def main():
     if not results:
         sys.exit("no mutant was tried")
     viable, killed = report(results, len(subject.mutants))
-    everything = arguments.whole and not arguments.only
-    too_few = killed < MUST_KILL * viable and (everything or viable >= FEW)
-    if too_few:
+    failed = too_few(viable, killed, arguments.whole and not arguments.only)
+    if failed:
         print(f"fewer than {MUST_KILL:.0%} are killed", file=sys.stderr)
     if wrong:
         print(f"{len(wrong)} survivors are not as survivors.txt says", file=sys.stderr)
-    return 1 if wrong or too_few else 0
+    return 1 if wrong or failed else 0
 
 
 if __name__ == "__main__":
