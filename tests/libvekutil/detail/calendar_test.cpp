@@ -82,6 +82,26 @@ TEST(Date, OfEveryDayOfItsRangeFollowsTheOneBefore) {
     }
 }
 
+// ---- Room --------------------------------------------------------------------------------------
+
+TEST(Room, IsWhatTheLongestCalendarTextTakes) {
+    constexpr int LOWEST = std::numeric_limits<int>::min();
+    tm t{};
+    t.tm_year = t.tm_mon = t.tm_mday = t.tm_hour = t.tm_min = t.tm_sec = LOWEST;
+    char text[2 * vek::detail::CALENDAR_ROOM + 100];
+    EXPECT_EQ(vek::detail::writeCalendar(text, t), text + vek::detail::CALENDAR_ROOM);
+    EXPECT_EQ(vek::detail::writeUtc(text, LAST), text + vek::detail::UTC_ROOM);
+}
+
+TEST(Room, IsWhatTheLongestNumberTakes) {
+    char text[2 * vek::detail::DECIMAL_ROOM];
+    char* const end = vek::detail::writeDecimal(text, std::numeric_limits<int64_t>::min());
+    EXPECT_EQ(std::string_view(text, static_cast<size_t>(end - text)), "-9223372036854775808");
+    EXPECT_EQ(end, text + vek::detail::DECIMAL_ROOM);
+}
+
+// ---- Digits ------------------------------------------------------------------------------------
+
 TEST(Digits, NothingIsWrittenBehindThem) {
     for (uint32_t value = 0; value < 100; ++value) {
         char text[] = "....";
