@@ -52,8 +52,8 @@ bool takeDecimal(std::string_view& text, uint64_t& number, uint64_t& scale) {
     return isNumber(digits, number);
 }
 
-template <size_t COUNT>
-uint64_t parse(std::string_view text, const Unit (&units)[COUNT]) {
+template <size_t count>
+uint64_t parse(std::string_view text, const Unit (&units)[count]) {
     uint64_t number = 0;
     uint64_t scale = 1;
     if (!takeDecimal(text, number, scale)) {

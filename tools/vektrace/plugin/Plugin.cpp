@@ -76,11 +76,11 @@ byteVec_t readInfo(const std::string& path) {
 bool isPrintable(char c) { return c >= 0x20 && c <= 0x7e; }
 
 /// A text that a field holds, whose rest is 0.
-template <size_t LENGTH>
-std::string textOf(const char (&field)[LENGTH], const char* what) {
-    const std::string_view all(field, LENGTH);
-    const size_t length = std::min(all.find('\0'), LENGTH);
-    const bool ended = length < LENGTH && all.find_first_not_of('\0', length) == all.npos;
+template <size_t fieldLength>
+std::string textOf(const char (&field)[fieldLength], const char* what) {
+    const std::string_view all(field, fieldLength);
+    const size_t length = std::min(all.find('\0'), fieldLength);
+    const bool ended = length < fieldLength && all.find_first_not_of('\0', length) == all.npos;
     if (length == 0 || !ended || !std::all_of(field, field + length, isPrintable)) {
         throw PluginError(std::string("its ") + what + " is no text");
     }

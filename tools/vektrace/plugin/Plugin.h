@@ -30,6 +30,6 @@ class PluginError : public std::runtime_error {
 Plugin loadPlugin(const std::string& path);
 
 /// What the bytes of a plugin's TracePluginInfo say. Throws PluginError where it does not fit.
-Plugin describePlugin(const byteVec_t& info);
+Plugin describePlugin(const byteVec_t& bytes);
 
 }  // namespace vek::program

@@ -87,7 +87,7 @@ public:
 
 private:
     void addTime(timeStamp_t stamp);
-    void rescale(const TimeScale& before);
+    void rescale(const TimeScale& old);
     void addToRow(IdentifierStatistics& row, const TraceSpan& record, timeStamp_t stamp);
 
     std::vector<std::unique_ptr<IdentifierStatistics>> rows;

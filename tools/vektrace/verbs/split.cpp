@@ -105,6 +105,7 @@ void checkOptions(const SplitOptions& options, const std::vector<std::string>& p
         throw UsageError("--output must name the pieces of standard input");
     }
     std::vector<std::string> prefixes;
+    prefixes.reserve(paths.size());
     for (const std::string& path : paths) {
         prefixes.push_back(prefixOf(options, path));
     }
