@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "libvekutil/version.h"
 #include "tools/vektrace/program/manual.h"
 #include "tools/vektrace/program/verb.h"
 
@@ -97,7 +98,7 @@ std::string manPage(const CLI::App& program, const CLI::App& app) {
     std::string text = fmt::format(
         ".TH {} 1 \"\" \"vektrace {}\" \"User commands\"\n.SH NAME\n{} \\- {}\n"
         ".SH SYNOPSIS\n{}\n.SH DESCRIPTION\n{}.\n",
-        roff(upper), VEKTRACE_VERSION, roff(pageName(command)), roff(command.summary),
+        roff(upper), VEKTRACE_VERSION_STRING, roff(pageName(command)), roff(command.summary),
         roff(command.synopsis()), roff(command.summary));
     for (const std::string& paragraph : command.paragraphs) {
         text += ".PP\n" + roff(paragraph) + '\n';

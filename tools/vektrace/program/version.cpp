@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "libvekstream/TraceReader.h"
+#include "libvekutil/version.h"
 
 #ifdef VEKTRACE_HAVE_PCAP
 #include <pcap/pcap.h>
@@ -25,7 +26,7 @@ std::string pcapText() {
 }  // namespace
 
 std::string versionText() {
-    return fmt::format("vektrace {}\ngzip: {}\nzstd: {}\npcap: {}\n", VEKTRACE_VERSION,
+    return fmt::format("vektrace {}\ngzip: {}\nzstd: {}\npcap: {}\n", VEKTRACE_VERSION_STRING,
                        yesOrNo(canReadGzip()), yesOrNo(canReadZstd()), pcapText());
 }
 
