@@ -5,6 +5,10 @@
 
 namespace consumer {
 
+#ifdef CONSUMER_STANDARD
+static_assert(__cplusplus == CONSUMER_STANDARD, "compiled as another standard than was asked for");
+#endif
+
 inline int checks = 0;
 inline int failures = 0;
 
