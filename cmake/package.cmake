@@ -4,16 +4,23 @@ include(CMakePackageConfigHelpers)
 
 set(VEKTRACE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/vektrace)
 
+set(libraries vekutil vektrace)
+set(VEKTRACE_COMPONENTS util trace)
+if(VEKTRACE_BUILD_STREAM)
+  list(APPEND libraries vekstream)
+  list(APPEND VEKTRACE_COMPONENTS stream)
+endif()
+
 # A static library leaves it to the program to link what it uses itself.
-set(VEKTRACE_DEPENDENCIES)
+set(VEKTRACE_STREAM_DEPENDENCIES)
 set(VEKTRACE_PC_PRIVATE)
-get_target_property(type vekstream TYPE)
+get_target_property(type vektrace TYPE)
 if(type STREQUAL STATIC_LIBRARY AND VEKTRACE_HAS_ZLIB)
-  string(APPEND VEKTRACE_DEPENDENCIES "find_dependency(ZLIB)\n")
+  list(APPEND VEKTRACE_STREAM_DEPENDENCIES ZLIB)
   list(APPEND VEKTRACE_PC_PRIVATE zlib)
 endif()
 if(type STREQUAL STATIC_LIBRARY AND VEKTRACE_HAS_ZSTD)
-  string(APPEND VEKTRACE_DEPENDENCIES "find_dependency(VektraceZstd)\n")
+  list(APPEND VEKTRACE_STREAM_DEPENDENCIES VektraceZstd)
   list(APPEND VEKTRACE_PC_PRIVATE libzstd)
   install(FILES ${CMAKE_CURRENT_LIST_DIR}/FindVektraceZstd.cmake
           DESTINATION ${VEKTRACE_PACKAGE_DIR})
@@ -28,10 +35,6 @@ write_basic_package_version_file(
 install(FILES ${PROJECT_BINARY_DIR}/vektraceConfig.cmake
               ${PROJECT_BINARY_DIR}/vektraceConfigVersion.cmake
         DESTINATION ${VEKTRACE_PACKAGE_DIR})
-install(
-  EXPORT vektraceTargets
-  NAMESPACE vektrace::
-  DESTINATION ${VEKTRACE_PACKAGE_DIR})
 
 # With an absolute folder of libraries the tree cannot be moved, and its path stands as it is.
 if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
@@ -44,7 +47,11 @@ endif()
 file(RELATIVE_PATH VEKTRACE_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
      ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" VEKTRACE_PC_TO_PREFIX ${VEKTRACE_PC_TO_PREFIX})
-foreach(library vekutil vektrace vekstream)
+foreach(library IN LISTS libraries)
+  install(
+    EXPORT ${library}Targets
+    NAMESPACE vektrace::
+    DESTINATION ${VEKTRACE_PACKAGE_DIR})
   configure_file(${CMAKE_CURRENT_LIST_DIR}/${library}.pc.in ${PROJECT_BINARY_DIR}/${library}.pc
                  @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${library}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
