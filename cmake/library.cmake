@@ -21,6 +21,10 @@ function(vektrace_library name)
                        # Side by side wherever they are installed, also after a move.
                        INSTALL_RPATH "$ORIGIN")
   if(VEKTRACE_INSTALL)
-    install(TARGETS ${name} EXPORT ${name}Targets FILE_SET HEADERS)
+    install(
+      TARGETS ${name}
+      EXPORT ${name}Targets
+      LIBRARY COMPONENT vektrace_runtime NAMELINK_COMPONENT vektrace_development
+      FILE_SET HEADERS)
   endif()
 endfunction()
