@@ -8,6 +8,10 @@ NAME, and a NAME that ends in "/" is a folder of programs, put in front of PATH 
 "[exit status N]" is expected where a command does not end with 0, and "[...]" stands for any number
 of lines.
 
+A block fenced as "cpp" whose first line is a comment with a file's name is put into that folder as
+this file. `// NAME, in place of "COMMENT"` puts the other lines of the block where the file has
+`// COMMENT` on a line of its own.
+
 With VEKTRACE_ACCEPT=1 in the environment the document is written anew instead of compared; what
 VEKTRACE_EMULATOR holds starts the programs.
 """
@@ -15,11 +19,13 @@ VEKTRACE_EMULATOR holds starts the programs.
 import difflib
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
 
 ANY = "[...]"
+FILE = re.compile(r'// ([\w-]+\.(?:h|cpp))(?:, in place of "(.+)")?')
 
 
 def run(command, folder, environment):
@@ -59,15 +65,36 @@ def play(block, folder, environment):
     return new
 
 
+def put(block, folder):
+    """Puts the file into the folder that the block shows, or what it shows of one into that."""
+    shown = FILE.fullmatch(block[0]) if block else None
+    if not shown:
+        return
+    file, place = pathlib.Path(folder, shown[1]), shown[2]
+    lines = block
+    if place:
+        lines = file.read_text(encoding="utf-8").splitlines()
+        places = [at for at, line in enumerate(lines) if line.strip() == f"// {place}"]
+        if len(places) != 1:
+            sys.exit(f"{file.name} has {len(places)} lines of nothing but: // {place}")
+        lines[places[0] : places[0] + 1] = block[1:]
+    file.write_text("\n".join(lines) + "\n", encoding="utf-8")
+
+
 def replay(lines, folder, environment):
-    new, block, sessions = [], None, 0
+    new, block, kind, sessions = [], None, None, 0
     for line in lines:
         if block is None:
             new.append(line)
-            if line == "```console":
-                block, sessions = [], sessions + 1
+            if line in ("```console", "```cpp"):
+                block, kind = [], line
+                sessions += line == "```console"
         elif line == "```":
-            new += play(block, folder, environment) + [line]
+            if kind == "```cpp":
+                put(block, folder)
+                new += block + [line]
+            else:
+                new += play(block, folder, environment) + [line]
             block = None
         else:
             block.append(line)
