@@ -20,8 +20,8 @@
 /// Whether records have a sync marker in front.
 enum framing_t : int {
     FRAMING_DETECT = 0,  ///< by the first bytes that can be told
-    FRAMING_MARKED = 1,
-    FRAMING_UNMARKED = 2,
+    FRAMING_MARKED = 1,    ///< all have one
+    FRAMING_UNMARKED = 2,  ///< none has
 };
 
 /// What becomes of a marked record in which whole marked records follow each other: at least two, of
@@ -32,6 +32,7 @@ enum sizeRule_t : int {
     RULE_PREFER_CHAIN = 1,  ///< they are records, and it is a gap: for recovery
 };
 
+/// Divides bytes in memory: setInput gives them, next takes one span after the other.
 class VEK_EXPORT RecordScanner {
 public:
     /// What comes behind the bytes that were given.
@@ -52,8 +53,11 @@ public:
     /// Identifiers that are registered by now count as known, beside those of the catalogue.
     explicit RecordScanner(framing_t framing = FRAMING_DETECT, sizeRule_t rule = RULE_TRUST_SIZES);
     ~RecordScanner();
+    /// The one that was moved from can only be assigned to or destroyed.
+    /// @{
     RecordScanner(RecordScanner&& other) noexcept;
     RecordScanner& operator=(RecordScanner&& other) noexcept;
+    /// @}
 
     /// The bytes from position() on, in memory that stays while spans are taken from it. May be
     /// called again at any time, with the same bytes and more.

@@ -18,6 +18,7 @@ public:
 
     /// How many bytes of the trace had been read or written before.
     uint64_t offset() const { return byteOffset; }
+    /// The errno value, or 0 where it was not the system that refused.
     int error() const { return systemError; }
 
 private:

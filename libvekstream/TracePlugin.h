@@ -36,6 +36,7 @@ struct TracePluginInfo {
 };
 static_assert(sizeof(TracePluginInfo) == 112, "no padding, on any machine");
 
+/// The first bytes of a TracePluginInfo, by which it is known.
 inline constexpr char TRACE_PLUGIN_MAGIC[] = "VEKPLUG";
 
 /// Texts that are too long do not compile.
@@ -71,7 +72,9 @@ extern "C" {
 
 /// What a plugin defines: a constant, and a function that is called once, before other threads use
 /// libvektrace.
+/// @{
 extern VEK_EXPORT const TracePluginInfo vektracePluginInfo;
 VEK_EXPORT void vektraceRegisterMessages(const TracePluginRegistry& registry) noexcept;
+/// @}
 
 }  // extern "C"

@@ -12,9 +12,13 @@
 #include "libvekstream/RecordScanner.h"
 #include "libvekstream/TraceException.h"
 
+/// How a TraceReader reads.
 struct TraceReaderOptions {
+    /// Passed on to the RecordScanner.
+    /// @{
     framing_t framing = FRAMING_DETECT;
     sizeRule_t rule = RULE_TRUST_SIZES;
+    /// @}
     /// At the end of a file wait for more, until `stop` says otherwise, and do not let a whole record
     /// wait for what comes behind it. A pipe ends when nobody can write to it any more. Compressed
     /// input is not followed.
@@ -28,9 +32,12 @@ struct TraceReaderOptions {
 };
 
 /// Whether this build reads input compressed so.
+/// @{
 VEK_EXPORT bool canReadGzip();
 VEK_EXPORT bool canReadZstd();
+/// @}
 
+/// Reads a trace span by span, from a window of bounded size.
 class VEK_EXPORT TraceReader {
 public:
     /// Reads from where `fd` stands; it stays the caller's and open.
@@ -47,8 +54,11 @@ public:
 
     /// Bytes taken from `fd`, compressed ones where it is.
     uint64_t bytesRead() const;
+    /// Those of the RecordScanner.
+    /// @{
     uint64_t ambiguities() const;
     framing_t framing() const;
+    /// @}
 
 private:
     struct State;

@@ -30,12 +30,13 @@ struct TraceSpan {
     uint64_t offset = 0;            ///< of the first byte, from the beginning of the input
     const uint8_t* data = nullptr;  ///< the first byte, in the memory that the scanner was given
     size_t length = 0;              ///< bytes, a record's sync marker included
-    gapReason_t reason = GAP_NONE;
+    gapReason_t reason = GAP_NONE;  ///< why these bytes are no record, or GAP_NONE
     bool marked = false;     ///< a record with a sync marker in front
     bool continued = false;  ///< a gap that goes on where the one before ended, for the same reason
     /// The bytes can be read in two ways: as one record, or as whole records inside of it.
     bool ambiguous = false;
 
+    /// Whether they are a record: no reason, and decodeRecord has something to decode.
     bool isRecord() const { return reason == GAP_NONE; }
     /// The record's size field: what MessageBase::readFromByteArray takes. Only of a record.
     const uint8_t* record() const { return data + markerLength(); }

@@ -21,8 +21,10 @@ namespace vek::detail {
 class IoError;
 }
 
+/// Collects bytes, writes them, and gives a file its name in the end.
 class VEK_EXPORT TraceWriter {
 public:
+    /// What becomes of a file that is there already.
     enum existing_t : int {
         EXISTING_REFUSE = 0,   ///< an error, also when the file appears while this one is written
         EXISTING_REPLACE = 1,  ///< by the new file, in one step; its permission bits are kept
@@ -46,8 +48,10 @@ public:
     /// Takes over a copy of the bytes; writes when there are enough. Throws TraceException when the
     /// system refuses, with the number of bytes that were written as its offset: nothing can be
     /// written from then on, and whoever tries gets the same exception.
+    /// @{
     void write(const uint8_t* data, size_t length);
     void write(const byteVec_t& bytes) { write(bytes.data(), bytes.size()); }
+    /// @}
     /// Writes what was taken over so far.
     void flush();
     /// Writes the rest, makes a file safe on its storage and gives it its name. Throws TraceException

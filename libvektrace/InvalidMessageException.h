@@ -21,6 +21,7 @@ enum invalidMessageCause_t : int {
     IM_MISC = 5,                ///< anything else
 };
 
+/// What a creator throws: the cause, a text, and for a value outside its enumeration the number found.
 class VEK_EXPORT InvalidMessageException : public std::exception {
 public:
     /// IM_MISC, an empty text, the value 0.
@@ -42,9 +43,13 @@ public:
     /// Never null; valid while this object lives.
     const char* what() const noexcept override { return msg.c_str(); }
 
+    /// Any number, also one that is no enumerator.
     invalidMessageCause_t getCause() const { return cause; }
+    /// The number found, of use with the cause IM_INVALID_ENUM_VALUE only.
+    /// @{
     void setInvalidValue(uint16_t value) { invalidValue = value; }
     uint16_t getInvalidValue() const { return invalidValue; }
+    /// @}
 
 private:
     invalidMessageCause_t cause = IM_MISC;

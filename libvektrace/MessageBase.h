@@ -40,6 +40,8 @@ using timeStamp_t = uint64_t;
 /// InvalidMessageException.
 using pCreatorFunction = MessageBase* (*)(const uint8_t* psrc, size_t len);
 
+/// One record of a trace, whatever its type: the header's fields, and the interface of the classes
+/// that add a payload. What holds for all of it stands in libvektrace/MessageBase.h.
 class VEK_EXPORT MessageBase {
 public:
     // ---- Types and constants -----------------------------------------------------------------
@@ -47,18 +49,19 @@ public:
     /// What readFromByteArray returns for a record that cannot be decoded. Any value other than
     /// these two acts as IMH_RETURN_NULL.
     enum invalidMsgHandling_t : int {
-        IMH_RETURN_NULL = 0,
-        IMH_RETURN_INVALID_MESSAGE = 1,
+        IMH_RETURN_NULL = 0,             ///< null
+        IMH_RETURN_INVALID_MESSAGE = 1,  ///< an InvalidMessage with the record's payload
     };
 
     /// Whether a port received or sent.
     enum portDirection_t : int {
-        PORT_DIR_UNKNOWN = 0,
-        PORT_DIR_IN = 1,
-        PORT_DIR_OUT = 2,
-        PORT_DIR_NUM = 3,  ///< not a direction: the number of directions
+        PORT_DIR_UNKNOWN = 0,  ///< not told
+        PORT_DIR_IN = 1,       ///< received
+        PORT_DIR_OUT = 2,      ///< sent
+        PORT_DIR_NUM = 3,      ///< not a direction: the number of directions
     };
 
+    /// The registry's type.
     using creators_t = std::unordered_map<msgid_t, pCreatorFunction, MsgidHash>;
 
     /// Offsets in a record of header version 1, the one that is written and read here, counted
@@ -71,19 +74,19 @@ public:
     ///
     /// Every field is big-endian. `size` counts the bytes behind itself.
     enum {
-        MO_MSGSIZE = 0,
-        MO_MSGID = 2,
-        MO_HDRRESERVED = 4,
-        MO_TIMESTAMP = 6,
+        MO_MSGSIZE = 0,        ///< 2 bytes
+        MO_MSGID = 2,          ///< 2 bytes
+        MO_HDRRESERVED = 4,    ///< 2 bytes
+        MO_TIMESTAMP = 6,      ///< 8 bytes
         MO_BASE_DERIVED = 14,  ///< where the payload begins
     };
 
     /// Offsets in a record of the compact header version 2, which nothing here writes or reads.
     enum {
-        MO2_MSGID = 0,
-        MO2_MSGSIZE = 1,
-        MO2_TIMESTAMP = 3,
-        MO2_BASE_DERIVED = 7,
+        MO2_MSGID = 0,         ///< 1 byte
+        MO2_MSGSIZE = 1,       ///< 2 bytes
+        MO2_TIMESTAMP = 3,     ///< 4 bytes
+        MO2_BASE_DERIVED = 7,  ///< where the payload begins
     };
 
     /// Precedes a version 1 record, big-endian, where the writer asks for it.
@@ -100,16 +103,24 @@ public:
 
     virtual ~MessageBase();
 
+    /// The type of the message, as its class gave it to the constructor.
     msgid_t getMessageId() const { return msgid; }
     /// The header's reserved word, carried through encoding and decoding unchanged.
+    /// @{
     uint16_t getHeaderReserved() const { return headerReserved; }
     void setHeaderReserved(uint16_t reserved) { headerReserved = reserved; }
+    /// @}
+    /// Microseconds since 1970-01-01 00:00:00 UTC; any 64 bits are kept.
+    /// @{
     timeStamp_t getTimeStamp() const { return timeStamp; }
     void setTimeStamp(timeStamp_t _timeStamp) { timeStamp = _timeStamp; }
+    /// @}
     /// The third part of the source channel ID, a number beside bus and channel; not part of the
     /// encoded record.
+    /// @{
     void setSourceChannelIDMbnr(uint32_t mbnr) { sourceChannelIDMbnr = mbnr; }
     uint32_t getSourceChannelIDMbnr() const { return sourceChannelIDMbnr; }
+    /// @}
 
     // ---- What a message class provides or overrides ------------------------------------------
     // The order of these functions is part of the binary interface.
@@ -133,6 +144,7 @@ public:
     /// writeToByteArray must not write more than these, the size field and the marker.
     virtual size_t getSize() const { return MO_BASE_DERIVED - MO_MSGID; }
 
+    /// Whether `other` is of the same kind, as the class sees it, and its record says the same.
     virtual bool operator==(const MessageBase& other) const = 0;
 
     /// Writes the class's full text and returns `os`.
@@ -158,6 +170,7 @@ public:
     /// Accepts 1, the version in force. Any other number ends the process: one line on the
     /// standard error stream, then the terminate handler.
     static void setVersion(uint8_t _version);
+    /// Always 1.
     static uint8_t getVersion();
 
     /// Bits 47..40 bus (its low 8 bits), 39..32 channel, 31..0 `mbnr`, the others 0.
@@ -187,9 +200,9 @@ public:
         return createByteArray(scratch, _sync, _append);
     }
 
-    // Header fields of an encoded record without marker. Neither the pointer nor the vector forms
-    // check a length: the caller guarantees that the record holds the whole header.
-
+    /// Header fields of an encoded record without marker. Neither the pointer nor the vector forms
+    /// check a length: the caller guarantees that the record holds the whole header.
+    /// @{
     static uint16_t getMessageSize(const uint8_t* record) {
         return byteArrayToUint16(record + MO_MSGSIZE);
     }
@@ -207,17 +220,20 @@ public:
     static void setTimeStamp(byteVec_t& record, uint64_t _timeStamp) {
         setTimeStamp(record.data(), _timeStamp);
     }
+    /// @}
 
     // ---- Decoding ----------------------------------------------------------------------------
 
     /// The creator of every identifier that can be decoded. Built when the library is initialised:
     /// not to be used from the static initialisers of other units.
     static creators_t creators;
+    /// The policy for what cannot be decoded; IMH_RETURN_NULL at first.
     static invalidMsgHandling_t invalidHandling;
     /// For the decoders of messages made by the FPGA: whether these carry debug bytes. Nothing here
     /// reads it.
     static bool fpgaMsgHasDebugBytes;
 
+    /// Sets the policy, for all decoding of the process. Before other threads use the library.
     static void setInvalidMsgHandling(invalidMsgHandling_t handling);
 
     /// Adds a creator, or with a null `_func` removes it; returns whether the registry changed. An
@@ -245,8 +261,10 @@ public:
     /// Writes `YYYY-MM-DD HH:MM:SS.uuuuuu` in UTC. The whole seconds are taken modulo 2^32, so that
     /// the calendar begins anew in 2106; where time_t has 32 bits, counts from 2^31 (2038) on show
     /// as dates before 1970. The stream's width is 0 afterwards.
+    /// @{
     static void printTimestamp(std::ostream& os, timeStamp_t ts);
     static std::string printTimestamp(timeStamp_t _timeStamp);
+    /// @}
 
     /// The same in UTC or in the process's local time, with `precision` digits (0 to 6; more acts
     /// as 6) that are cut off, never rounded. With 0 the text ends with the seconds and the
@@ -254,9 +272,11 @@ public:
     static std::ostream& printTimeStamp(std::ostream& os, timeStamp_t stamp, bool utc,
                                         uint8_t precision);
 
-    // This message's own timestamp in the fixed form. Not const: that is part of the interface.
+    /// This message's own timestamp in the fixed form. Not const: that is part of the interface.
+    /// @{
     void printTimestamp(std::ostream& os);
     std::string printTimestamp();
+    /// @}
 
     /// Writes `text` with printable ASCII as it is, the backslash doubled and any other byte as
     /// `\x` and two lowercase hexadecimal digits. Leaves the stream's width alone.
@@ -278,17 +298,23 @@ public:
             }
         }
     }
+    /// The same text for bytes: those of a vector, or `len` readable ones.
+    /// @{
     static void dumpData(std::ostream& os, byteVec_t::const_iterator from,
                          byteVec_t::const_iterator to);
     static void dumpData(std::ostream& os, const uint8_t* data, size_t len);
+    /// @}
 
 protected:
-    // Explicit and protected: only a derived class copies its base part, and never by slicing.
+    /// Any identifier and any time; the other fields are empty or 0.
     explicit MessageBase(msgid_t _msgid, timeStamp_t _timeStamp);
+    /// Explicit and protected: only a derived class copies its base part, and never by slicing.
+    /// @{
     explicit MessageBase(const MessageBase& mb) = default;
     explicit MessageBase(MessageBase&& mb) = default;
     MessageBase& operator=(const MessageBase& mb) = default;
     MessageBase& operator=(MessageBase&& mb) = default;
+    /// @}
 
     /// Ends the process, also where the line cannot be written.
     [[noreturn]] static void reportInvalidVersion(uint8_t _version) noexcept;
@@ -296,10 +322,13 @@ protected:
     /// The header version of this library.
     static constexpr uint8_t version = 1;
 
+    /// What the accessors of these names give; for creators and encoders of derived classes.
+    /// @{
     msgid_t msgid;
     uint16_t headerReserved = 0;
     timeStamp_t timeStamp;
     uint32_t sourceChannelIDMbnr = 0;
+    /// @}
 
 private:
     static void dumpElement(std::ostream& os, uint16_t element, bool first);
@@ -357,15 +386,20 @@ public:
     /// Whether the payload was longer than what is kept.
     bool isOverflow() const { return overflow; }
 
+    /// Why the record could not be decoded; IM_INVALID_MSGID until it is set.
+    /// @{
     invalidMessageCause_t getCause() const { return cause; }
     void setCause(invalidMessageCause_t _cause) { cause = _cause; }
+    /// @}
     /// The title in the text form, at first "Invalid Message".
     const std::string& getDescription() const { return description; }
     /// `text` is copied and must not be null.
     void setDescription(const char* text) { description = text; }
     /// 0 and empty until setInvalidEnumValue is called.
+    /// @{
     uint16_t getInvalidEnumValue() const { return invalidEnumValue; }
     const std::string& getInvalidEnumDescription() const { return enumDescription; }
+    /// @}
     /// Also sets the cause to IM_INVALID_ENUM_VALUE. `text` is anything that can be assigned to a
     /// string; when there is no memory for it, only the value has changed.
     template <class S>

@@ -18,8 +18,10 @@
 template <msgid_t _msgid>
 class VEK_EXPORT SimpleMessage : public MessageBase {
 public:
+    /// What print writes behind the common text.
     static const char messageName[];
 
+    /// A message of this type with the reserved word 0.
     explicit SimpleMessage(timeStamp_t _timeStamp) : MessageBase(_msgid, _timeStamp) {}
 
     /// The creator of this type; restores reserved word and timestamp. Throws IM_INVALID_LEN for
@@ -50,7 +52,8 @@ public:
     std::string toString() const override { return MessageBase::toString() + "  " + messageName; }
 };
 
-// The names that the library defines.
+// The names that the library defines. Doxygen takes them for functions.
+/// @cond
 template <>
 VEK_EXPORT const char SimpleMessage<MSGID_STARTUP>::messageName[15];
 template <>
@@ -71,3 +74,4 @@ template <>
 VEK_EXPORT const char SimpleMessage<MSGID_TRIGGERCLEAR>::messageName[14];
 template <>
 VEK_EXPORT const char SimpleMessage<MSGID_CUSTOMER>::messageName[18];
+/// @endcond

@@ -118,5 +118,6 @@ enum msgid_t : uint16_t {
 /// The identity: a fixed, cheap hash under which identifiers rarely collide. It cannot throw, so
 /// that the registry recomputes it rather than storing a hash code with every entry.
 struct MsgidHash {
+    /// The number itself.
     size_t operator()(msgid_t id) const noexcept { return id; }
 };

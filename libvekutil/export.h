@@ -6,4 +6,5 @@
 /// one type information for all shared objects of a process.
 #pragma once
 
+/// Stands in front of a declaration, or between `class` and the name.
 #define VEK_EXPORT __attribute__((visibility("default")))
