@@ -18,7 +18,6 @@ import prepare  # noqa: E402  (behind the line above: no compiled files in this 
 
 SCHEME = re.compile(r"[a-z]+:|//", re.IGNORECASE)
 NETWORK = re.compile(r"https?:|//", re.IGNORECASE)
-SKIPPED = ("build", ".git", ".cache", ".library")
 
 
 def markdown_links(text):
@@ -33,7 +32,7 @@ def markdown_faults(root):
     """What is wrong with the links of the Markdown files below the folder; how many there are."""
     faults, count = [], 0
     files = [file for file in sorted(root.rglob("*.md"))
-             if file.relative_to(root).parts[0] not in SKIPPED]
+             if not re.match(r"build$|\.", file.relative_to(root).parts[0])]
     for file in files:
         for number, target in markdown_links(file.read_text(encoding="utf-8")):
             if SCHEME.match(target):

@@ -36,7 +36,7 @@ def headers():
 def without_blocks(text):
     """The text with an empty line for each of a fenced block."""
     lines, fence = [], None
-    for line in text.splitlines():
+    for line in text.split("\n"):
         found = FENCE.match(line)
         if found and fence in (None, found[1]):
             fence = None if fence else found[1]
@@ -53,7 +53,7 @@ def slug(title):
 def headings(text):
     """Line number, level, title and anchor of each; what stands twice is numbered."""
     seen = {}
-    for number, line in enumerate(without_blocks(text).splitlines()):
+    for number, line in enumerate(without_blocks(text).split("\n")):
         found = HEADING.match(line)
         if found:
             name = slug(found[2])
@@ -83,15 +83,16 @@ def reference(file, found):
 
 
 def prepared(file, text):
-    outside = without_blocks(text).splitlines()
-    linked = LINK.sub(lambda found: reference(file, found), "\n".join(outside)).splitlines()
-    lines = [new if old else line for line, old, new in zip(text.splitlines(), outside, linked)]
+    outside = without_blocks(text)
+    linked = LINK.sub(lambda found: reference(file, found), outside)
+    lines = [new if old else line
+             for line, old, new in zip(*(each.split("\n") for each in (text, outside, linked)))]
     for number, level, title, anchor in headings(text):
         if level > 1:
             lines[number] = f"{'#' * level} {title} {{#{label(file, anchor)}}}"
         elif file != MAIN_PAGE:
             lines[number] = f"# {title} {{#{label(file)}}}"
-    return "\n".join(lines) + "\n"
+    return "\n".join(lines)
 
 
 if __name__ == "__main__":
