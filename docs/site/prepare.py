@@ -75,11 +75,13 @@ def reference(file, found):
     if picture:
         return f"![{text}]({place.name})"
     if place in pages():
+        if file == MAIN_PAGE and not anchor:
+            return f'@subpage {label(place)} "{text}"'
         return f"[{text}](@ref {label(place, anchor)})"
     if place in headers():
         return f"[{text}](@ref {place.relative_to(ROOT)})"
     shown = str(place.relative_to(ROOT))
-    return f"`{shown}`" if text.strip("`") == shown else f"{text} (`{shown}`)"
+    return f"`{shown}`" if shown.endswith(text.strip("`")) else f"{text} (`{shown}`)"
 
 
 def prepared(file, text):
@@ -91,7 +93,9 @@ def prepared(file, text):
         if level > 1:
             lines[number] = f"{'#' * level} {title} {{#{label(file, anchor)}}}"
         elif file != MAIN_PAGE:
-            lines[number] = f"# {title} {{#{label(file)}}}"
+            # The tree of the pages shows titles as plain text, and there is one page of this name.
+            plain = "README" if file.stem == "README" else title.replace("`", "")
+            lines[number] = f"# {plain} {{#{label(file)}}}"
     return "\n".join(lines)
 
 

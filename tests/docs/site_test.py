@@ -99,12 +99,15 @@ class Preparing(unittest.TestCase):
         return prepare.prepared(self.PAGE, text).rstrip("\n")
 
     def test_gives_every_heading_its_label(self):
-        self.assertEqual(self.prepared("# A `b`\n## C d"),
-                         "# A `b` {#page-cli}\n## C d {#page-cli-c-d}")
+        self.assertEqual(self.prepared("# A `b`\n## C `d`"),
+                         "# A b {#page-cli}\n## C `d` {#page-cli-c-d}")
 
     def test_makes_references_of_links_to_pages_headings_and_headers(self):
         self.assertEqual(self.prepared("[a](formats.md#json)"), "[a](@ref page-formats-json)")
         self.assertEqual(self.prepared("[a](../libvekutil/export.h)"), "[a](@ref libvekutil/export.h)")
+
+    def test_puts_the_pages_of_the_main_page_below_it(self):
+        self.assertEqual(prepare.prepared(prepare.MAIN_PAGE, "[a](cli.md)"), '@subpage page-cli "a"')
 
     def test_shows_the_path_of_a_file_that_is_no_page(self):
         self.assertEqual(self.prepared("[fuzz/README.md](../fuzz/README.md)"), "`fuzz/README.md`")
