@@ -19,7 +19,7 @@
 
 /// Whether records have a sync marker in front.
 enum framing_t : int {
-    FRAMING_DETECT = 0,  ///< by the first bytes that can be told
+    FRAMING_DETECT = 0,    ///< by the first bytes that can be told
     FRAMING_MARKED = 1,    ///< all have one
     FRAMING_UNMARKED = 2,  ///< none has
 };

@@ -31,7 +31,7 @@ struct TraceSpan {
     const uint8_t* data = nullptr;  ///< the first byte, in the memory that the scanner was given
     size_t length = 0;              ///< bytes, a record's sync marker included
     gapReason_t reason = GAP_NONE;  ///< why these bytes are no record, or GAP_NONE
-    bool marked = false;     ///< a record with a sync marker in front
+    bool marked = false;            ///< a record with a sync marker in front
     bool continued = false;  ///< a gap that goes on where the one before ended, for the same reason
     /// The bytes can be read in two ways: as one record, or as whole records inside of it.
     bool ambiguous = false;
