@@ -24,7 +24,8 @@ struct TraceReaderOptions {
     /// input is not followed.
     bool follow = false;
     /// Where not null: once it is true the input ends where it is. It is looked at before every read,
-    /// when a signal interrupts one, and now and then while there is nothing to read.
+    /// when a signal interrupts one, and now and then while there is nothing to read. It must outlive the
+    /// reader.
     const std::atomic<bool>* stop = nullptr;
     /// How many times as long as its compressed form input may be, from 16 MiB on; 0: any. A
     /// protection against input that is made to fill the storage or the time of its reader.
@@ -40,7 +41,7 @@ VEK_EXPORT bool canReadZstd();
 /// Reads a trace span by span, from a window of bounded size.
 class VEK_EXPORT TraceReader {
 public:
-    /// Reads from where `fd` stands; it stays the caller's and open.
+    /// Reads from where `fd` stands: 0, or what open(2) returned. It stays the caller's and open.
     explicit TraceReader(int fd, const TraceReaderOptions& options = TraceReaderOptions());
     ~TraceReader();
     TraceReader(const TraceReader&) = delete;

@@ -56,8 +56,8 @@ public:
     void flush();
     /// Writes the rest, makes a file safe on its storage and gives it its name. Throws TraceException
     /// and leaves no file, when the system refuses. (Only when the folder cannot be made safe the
-    /// file has its name already.) Nothing can be written behind it. Where it throws std::bad_alloc for
-    /// another reason than a failure, it can be tried again.
+    /// file has its name already.) Nothing can be written behind it. After std::bad_alloc
+    /// it can be tried again, unless the system had refused a write.
     void commit();
 
     /// Bytes taken over.

@@ -229,8 +229,8 @@ public:
     static creators_t creators;
     /// The policy for what cannot be decoded; IMH_RETURN_NULL at first.
     static invalidMsgHandling_t invalidHandling;
-    /// For the decoders of messages made by the FPGA: whether these carry debug bytes. Nothing here
-    /// reads it.
+    /// A flag for message classes outside: whether records that the logger's FPGA made carry debug
+    /// bytes. The library only keeps it.
     static bool fpgaMsgHasDebugBytes;
 
     /// Sets the policy, for all decoding of the process. Before other threads use the library.

@@ -1,19 +1,19 @@
 /// @file
 /// The version of VekTrace: of the headers at compile time, of the library at run time.
 ///
-/// It is written here and nowhere else; the build reads the three numbers from this file. All
+/// The three numbers are written here, and the build reads them from this file. All
 /// libraries of an installation, and the program, have the same version.
 #pragma once
 
 #include "libvekutil/export.h"
 
-/// A higher number: programs must be compiled anew, and may have to be changed.
+/// Raised where programs must be compiled anew, and may have to be changed.
 #define VEKTRACE_VERSION_MAJOR 1
 
-/// A higher number: something was added. What was compiled with a lower one runs as it did.
+/// Raised where something was added. What was compiled with a lower one runs as it did.
 #define VEKTRACE_VERSION_MINOR 0
 
-/// A higher number: something was corrected, and nothing added.
+/// Raised where something was corrected, and nothing added.
 #define VEKTRACE_VERSION_PATCH 0
 
 /// The version of these headers as a number that grows with it, for `#if` too: 2003004 is 2.3.4.
