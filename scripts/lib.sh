@@ -62,3 +62,10 @@ configure() {
 }
 
 build() { cmake --build "build/$1" --parallel "$(nproc)"; }
+
+# copy_sources FOLDER: as they are here, into a new one.
+copy_sources() {
+    mkdir -p "$1"
+    git ls-files --cached --others --exclude-standard -z |
+        tar --create --null --files-from=- --ignore-failed-read | tar --extract -C "$1"
+}
