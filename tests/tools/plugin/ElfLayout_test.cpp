@@ -41,6 +41,15 @@ public:
 
     header_t header() const { return get<header_t>(0); }
 
+    size_t count(int64_t type) const {
+        size_t found = 0;
+        for (size_t i = 0; i < header().e_phnum; ++i) {
+            const auto segment = get<segment_t>(header().e_phoff + i * sizeof(segment_t));
+            found += int64_t{segment.p_type} == type ? 1 : 0;
+        }
+        return found;
+    }
+
     /// The `number`th segment of this type.
     void changeSegment(int64_t type, const std::function<void(segment_t&)>& spoil,
                        size_t number = 0) {
@@ -96,6 +105,9 @@ std::string refusalOfDynamic(int64_t tag, const std::function<void(dynamic_t&)>&
     return file.refusal();
 }
 
+/// ARM has other tables than PT_GNU_EH_FRAME.
+bool hasSegment(int64_t type) { return type != PT_GNU_EH_FRAME || File().count(type) > 0; }
+
 constexpr char BEYOND[] = "one of its segments reaches beyond the end of the file";
 constexpr char ELSEWHERE[] = "its dynamic table points to what is not there";
 
@@ -107,6 +119,9 @@ TEST(ElfLayout, OfAPluginIsTaken) { EXPECT_EQ(File().refusal(), "it was taken");
 
 TEST(ElfLayout, IsRefusedWithASegmentBeyondTheFile) {
     for (const int64_t type : {PT_LOAD, PT_DYNAMIC, PT_GNU_EH_FRAME}) {
+        if (!hasSegment(type)) {
+            continue;
+        }
         EXPECT_EQ(refusalOfSegment(type,
                                    [](segment_t& segment) {
                                        segment.p_offset =
@@ -140,9 +155,12 @@ TEST(ElfLayout, IsRefusedWithSegmentsOverEachOther) {
 TEST(ElfLayout, IsRefusedWhereSectionsAreNotLoadedAsTheyShould) {
     const char* const reason = "its segments do not load all of its sections";
     EXPECT_EQ(refusalOfSegment(PT_LOAD, [](segment_t& segment) { segment.p_flags = 0; }), reason);
-    EXPECT_EQ(refusalOfSegment(
-                  PT_LOAD, [](segment_t& segment) { segment.p_type = PT_NULL; }, 1),
-              reason);
+    // Without one that holds no other: where there are two, code and constants are with the tables.
+    if (File().count(PT_LOAD) > 2) {
+        EXPECT_EQ(refusalOfSegment(
+                      PT_LOAD, [](segment_t& segment) { segment.p_type = PT_NULL; }, 1),
+                  reason);
+    }
     File readOnly;
     for (size_t i = 0; i < 2; ++i) {
         readOnly.changeSegment(
@@ -153,6 +171,9 @@ TEST(ElfLayout, IsRefusedWhereSectionsAreNotLoadedAsTheyShould) {
 
 TEST(ElfLayout, IsRefusedWithSegmentsThatAreNotInMemoryWhereTheyAreLookedFor) {
     for (const int64_t type : {PT_DYNAMIC, PT_GNU_EH_FRAME, PT_GNU_RELRO}) {
+        if (!hasSegment(type)) {
+            continue;
+        }
         EXPECT_EQ(refusalOfSegment(type, [](segment_t& segment) { segment.p_vaddr += 8; }),
                   "one of its segments is not loaded to where it is looked for");
     }
@@ -160,6 +181,9 @@ TEST(ElfLayout, IsRefusedWithSegmentsThatAreNotInMemoryWhereTheyAreLookedFor) {
 
 TEST(ElfLayout, IsRefusedWithoutASegmentThatItsSectionsNeed) {
     for (const int64_t type : {PT_DYNAMIC, PT_GNU_EH_FRAME}) {
+        if (!hasSegment(type)) {
+            continue;
+        }
         EXPECT_EQ(refusalOfSegment(type, [](segment_t& segment) { segment.p_type = PT_NULL; }),
                   "a segment is missing");
     }
