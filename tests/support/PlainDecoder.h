@@ -164,7 +164,7 @@ inline Decoded invalid(const byteVec_t& record, int cause, unsigned enumValue = 
 }
 
 inline Decoded ethernet(const byteVec_t& record) {
-    const size_t length = 2 + number(record, 0, 2);
+    const size_t length = 2 + static_cast<size_t>(number(record, 0, 2));
     if (record.size() < 20 || length < 20 || length > record.size()) {
         return invalid(record, IM_INVALID_LEN);
     }
