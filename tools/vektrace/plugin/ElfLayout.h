@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <optional>
 #include <string>
@@ -46,7 +47,8 @@ private:
     using section_t = typename Elf::section_t;
     using dynamic_t = typename Elf::dynamic_t;
 
-    static constexpr uint64_t ALL = ~uint64_t{0};
+    /// The last address. Sums of what lies below it do not wrap around.
+    static constexpr uint64_t ALL = std::numeric_limits<decltype(segment_t::p_vaddr)>::max();
 
     [[noreturn]] static void fail(const std::string& reason) { throw ElfError(reason); }
 
@@ -92,7 +94,7 @@ private:
     }
 
     /// Those that the loader, or who throws an exception, looks for in memory.
-    static bool isRead(const segment_t& segment) {
+    bool isRead(const segment_t& segment) const {
         switch (segment.p_type) {
             case PT_DYNAMIC:
             case PT_NOTE:
@@ -102,6 +104,8 @@ private:
             case PT_GNU_RELRO:
             case PT_GNU_PROPERTY:
                 return true;
+            case PT_ARM_EXIDX:
+                return file.header.e_machine == EM_ARM;
             default:
                 return false;
         }
@@ -201,12 +205,15 @@ private:
             }
             if (isNameAt(names, section.sh_name, ".eh_frame_hdr")) {
                 needSegment(PT_GNU_EH_FRAME, section);
+            } else if (isNameAt(names, section.sh_name, ".ARM.exidx")) {
+                needSegment(PT_ARM_EXIDX, section);
             } else if (isNameAt(names, section.sh_name, ".data") ||
                        isNameAt(names, section.sh_name, ".bss")) {
                 checkWritable(section);
             }
             if ((section.sh_flags & SHF_TLS) != 0) {
-                threadEnd = std::max<uint64_t>(threadEnd, section.sh_addr + section.sh_size);
+                threadEnd =
+                    std::max<uint64_t>(threadEnd, uint64_t{section.sh_addr} + section.sh_size);
             }
         }
         if (threadData &&
@@ -247,7 +254,7 @@ private:
             }
             const uint64_t begin = segment.p_vaddr / page * page;
             const uint64_t end = (segment.p_vaddr + segment.p_memsz) / page * page;
-            if (begin < section.sh_addr + section.sh_size && section.sh_addr < end) {
+            if (begin < uint64_t{section.sh_addr} + section.sh_size && section.sh_addr < end) {
                 fail("its data would be made read-only");
             }
         }
