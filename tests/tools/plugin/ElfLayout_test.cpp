@@ -140,6 +140,7 @@ TEST(ElfLayout, IsRefusedWithSegmentsThatCannotBeLoaded) {
     EXPECT_EQ(refusalOfSegment(PT_LOAD,
                                [](segment_t& segment) {
                                    segment.p_vaddr = static_cast<decltype(segment.p_vaddr)>(-4096);
+                                   segment.p_memsz += 4096;
                                }),
               reason);
 }
@@ -177,6 +178,11 @@ TEST(ElfLayout, IsRefusedWithSegmentsThatAreNotInMemoryWhereTheyAreLookedFor) {
         EXPECT_EQ(refusalOfSegment(type, [](segment_t& segment) { segment.p_vaddr += 8; }),
                   "one of its segments is not loaded to where it is looked for");
     }
+}
+
+TEST(ElfLayout, IsRefusedWhereSomethingElseIsTakenForItsTableOfSegments) {
+    EXPECT_EQ(refusalOfSegment(PT_NOTE, [](segment_t& segment) { segment.p_type = PT_PHDR; }),
+              "its table of segments is not where it is looked for");
 }
 
 TEST(ElfLayout, IsRefusedWithoutASegmentThatItsSectionsNeed) {

@@ -132,6 +132,11 @@ private:
             loader(segment.p_vaddr, segment.p_offset, segment.p_filesz) == nullptr) {
             fail("one of its segments is not loaded to where it is looked for");
         }
+        if (segment.p_type == PT_PHDR &&
+            (segment.p_offset != file.header.e_phoff ||
+             segment.p_filesz != file.segments.size() * sizeof(segment_t))) {
+            fail("its table of segments is not where it is looked for");
+        }
         // Data of threads may end with what is 0 and not in the file, and pages are made read-only
         // as wholes.
         const bool anyLength = segment.p_type == PT_TLS || segment.p_type == PT_GNU_RELRO;
