@@ -37,7 +37,8 @@ def run_to_pipe(command):
     """Seconds until a reader at the other end of a pipe has read everything."""
     with subprocess.Popen(["cat"], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL) as reader:
         began = time.perf_counter()
-        run(command, stdout=reader.stdin)
+        # The trace has a record that its class refuses, which a dump tells by its status.
+        run(command, stdout=reader.stdin, good=(0, 3))
         reader.stdin.close()
         reader.wait()
         return time.perf_counter() - began
