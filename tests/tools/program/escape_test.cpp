@@ -23,6 +23,22 @@ TEST(Escape, KeepsPrintableAsciiAndNothingElse) {
     }
 }
 
+TEST(Escape, FindsAByteWhereverItStandsAndWhateverIsBesideIt) {
+    for (size_t length = 1; length <= 25; ++length) {
+        for (size_t place = 0; place < length; ++place) {
+            for (const char beside : {' ', '~', 'x'}) {
+                for (const char c : {'\x1f', '\x7f', '\0', '\x80', '\xff'}) {
+                    std::string text(length, beside);
+                    EXPECT_EQ(escaped(text), ">" + text);
+                    text[place] = c;
+                    EXPECT_NE(escaped(text).find("\\x"), std::string::npos)
+                        << length << ' ' << place;
+                }
+            }
+        }
+    }
+}
+
 TEST(Escape, TakesEveryByteOfARun) {
     EXPECT_EQ(escaped("\x1b\n\xff"), ">\\x1b\\x0a\\xff");
     EXPECT_EQ(escaped(""), ">");

@@ -5,6 +5,7 @@
 #include <locale>
 #include <new>
 #include <string>
+#include <typeinfo>
 
 namespace vek::program {
 
@@ -51,9 +52,16 @@ void MessageText::say(std::string_view failure) {
 }
 
 std::string_view MessageText::render(const MessageBase& message) {
-    reset();
+    if (touched) {
+        reset();
+    } else {
+        buffer.clear();
+    }
+    touched = true;
     try {
         message.print(stream);
+        // The library's own class leaves everything as it was, and a reset takes as long as a text.
+        touched = typeid(message) != typeid(InvalidMessage) || !stream.good();
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& e) {

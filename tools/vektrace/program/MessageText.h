@@ -46,6 +46,7 @@ private:
     Buffer buffer;
     std::ios untouched;  ///< the state that every text begins with
     std::ostream stream;
+    bool touched = true;  ///< whether the stream's state may be another one
 };
 
 }  // namespace vek::program
