@@ -159,8 +159,8 @@ TextOutput::TextOutput(Session& _session, const std::vector<std::string>& inputs
     buffer.reserve(2 * CAPACITY);
 }
 
-void TextOutput::flush() {
-    std::string_view rest = buffer;
+void TextOutput::writeOut(size_t length) {
+    std::string_view rest = std::string_view(buffer).substr(0, length);
     while (!rest.empty()) {
         const ssize_t count = ::write(STDOUT_FILENO, rest.data(), rest.size());
         if (count == 0) {
@@ -181,7 +181,7 @@ void TextOutput::flush() {
             poll(&asked, 1, -1);
         }
     }
-    buffer.clear();
+    buffer.erase(0, length);
 }
 
 }  // namespace vek::program

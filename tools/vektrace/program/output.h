@@ -84,7 +84,7 @@ public:
     void write(std::string_view text) {
         buffer.append(text);
         if (buffer.size() >= CAPACITY) {
-            flush();
+            writeOut(buffer.size() / CAPACITY * CAPACITY);
         }
     }
     template <class... Arguments>
@@ -93,12 +93,15 @@ public:
         write({});
     }
     /// Must be called at the end: what the destructor finds is dropped. Throws like write().
-    void flush();
+    void flush() { writeOut(buffer.size()); }
 
     bool hasColor() const { return color; }
 
 private:
+    /// What a pipe holds: with more at once its writer waits for the reader and the other way round.
     static constexpr size_t CAPACITY = 65536;
+
+    void writeOut(size_t length);
 
     Session& session;
     const bool color;
