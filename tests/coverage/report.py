@@ -107,7 +107,7 @@ def main():
         names = sorted(name for name in lines if name.startswith(folder + "/"))
         if not names:
             sys.exit(f"{folder}: nothing was counted")
-        line_counts, branch_counts = [], []
+        line_counts, branch_counts, missed = [], [], []
         for name in names:
             left_out = set()
             for function in exceptions[name]:
@@ -119,19 +119,20 @@ def main():
             kept_branches = {k: n for k, n in branches[name].items() if k[0] not in without_branches}
             line_counts += kept_lines.values()
             branch_counts += kept_branches.values()
-            if listed:
-                for line, count in sorted(kept_lines.items()):
-                    if not count:
-                        print(f"{name}:{line}: not reached")
-                for (line, _, index), count in sorted(kept_branches.items()):
-                    if not count and lines[name][line]:
-                        print(f"{name}:{line}: branch {index} not taken")
+            missed += [f"{name}:{line}: not reached" for line, n in sorted(kept_lines.items()) if not n]
+            missed += [f"{name}:{line}: branch {index} not taken"
+                       for (line, _, index), n in sorted(kept_branches.items())
+                       if not n and lines[name][line]]
         results = [share(line_counts), share(branch_counts)]
         print(f"{folder:<16}" + "".join(f" {a:>6} of {b:>6} {p:5.1f}%" for a, b, p in results))
-        for (_, _, percent), limit, what in zip(results, least, ("lines", "branches")):
-            if percent < float(limit):
-                failed = True
-                print(f"{folder}: less than {limit} % of the {what} are reached", file=sys.stderr)
+        below = [f"{folder}: less than {limit} % of the {what} are reached"
+                 for (_, _, percent), limit, what in zip(results, least, ("lines", "branches"))
+                 if percent < float(limit)]
+        if listed or below:
+            print(*missed, sep="\n")
+        for line in below:
+            print(line, file=sys.stderr)
+        failed = failed or bool(below)
     sys.exit(1 if failed else 0)
 
 

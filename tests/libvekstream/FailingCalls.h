@@ -16,8 +16,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 
 namespace calls {
 
@@ -28,6 +30,7 @@ struct Plan {
     std::map<std::string, int> always = {};  ///< calls that fail whenever they are made, and how
     size_t mostBytes = SIZE_MAX;             ///< of one read or write
     mode_t mode = 0;                         ///< where not 0: of whatever is asked for its status
+    std::function<void(std::string_view)> before = {};  ///< where set: called with each name
 };
 
 inline const Plan* plan = nullptr;  ///< null: everything works
@@ -56,6 +59,9 @@ public:
 inline bool fail(const char* name) {
     if (plan == nullptr) {
         return false;
+    }
+    if (plan->before) {
+        plan->before(name);
     }
     const auto always = plan->always.find(name);
     if (always != plan->always.end()) {

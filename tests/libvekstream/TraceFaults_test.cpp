@@ -405,4 +405,24 @@ TEST(ReaderFault, OfAFollowedFileIsToldAlsoAtItsEnd) {
     EXPECT_EQ(reading.failedAt, reading.bytes.size());
 }
 
+/// Here and not beside a writing thread, which may be there before the reader has found nothing.
+TEST(ReaderFault, IsNoneWhereAFollowedFileIsEmptyForAWhile) {
+    const auto file = memoryFile({});
+    std::atomic<bool> stop = false;
+    TraceReaderOptions options;
+    options.follow = true;
+    options.stop = &stop;
+    int asked = 0;
+    calls::Plan plan;
+    plan.before = [&](std::string_view name) {
+        asked += name == "fstat" ? 1 : 0;
+        stop = asked == 3;
+    };
+    const calls::Armed armed(plan);
+    const Reading reading(*file, options);
+    EXPECT_EQ(asked, 3);
+    EXPECT_EQ(reading.spans, "");
+    EXPECT_EQ(reading.reason, "");
+}
+
 }  // namespace
