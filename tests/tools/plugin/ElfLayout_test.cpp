@@ -55,10 +55,14 @@ public:
                        size_t number = 0) {
         for (size_t i = 0; i < header().e_phnum; ++i) {
             const size_t offset = header().e_phoff + i * sizeof(segment_t);
-            if (int64_t{get<segment_t>(offset).p_type} == type && number-- == 0) {
+            if (int64_t{get<segment_t>(offset).p_type} != type) {
+                continue;
+            }
+            if (number == 0) {
                 change(offset, spoil);
                 return;
             }
+            --number;
         }
         ADD_FAILURE() << "there is no such segment";
     }

@@ -75,7 +75,7 @@ size_t DriveSource::drawLength(Random& random) const {
 }
 
 uint64_t DriveSource::drawNext(uint64_t now, Random& random) {
-    ++count;
+    count = static_cast<uint8_t>(count + 1);
     if (left == 0) {
         left = 1 + random.below(burst);
         cycle += period;

@@ -71,13 +71,13 @@ private:
     void addLoaded(const segment_t& segment) {
         static const auto page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
         if (segment.p_filesz > segment.p_memsz || segment.p_memsz > ALL - segment.p_vaddr ||
-            (segment.p_vaddr - segment.p_offset) % page != 0) {
+            segment.p_vaddr % page != segment.p_offset % page) {
             fail("one of its segments cannot be loaded");
         }
         if (!loads.empty()) {
             const segment_t& before = loads.back();
             const uint64_t end = before.p_vaddr + before.p_memsz;
-            if (segment.p_vaddr < end || segment.p_vaddr / page <= (end - 1) / page) {
+            if (end == 0 || segment.p_vaddr < end || segment.p_vaddr / page <= (end - 1) / page) {
                 fail("its segments overlap");
             }
         }
@@ -123,8 +123,8 @@ private:
     /// The same for bytes that lie in the file at `offset`.
     const segment_t* loader(uint64_t address, uint64_t offset, uint64_t length) const {
         const segment_t* const load = loadedAt(address, length);
-        return load != nullptr && offset - load->p_offset == address - load->p_vaddr ? load
-                                                                                     : nullptr;
+        return load != nullptr && offset == load->p_offset + (address - load->p_vaddr) ? load
+                                                                                       : nullptr;
     }
 
     void checkPlace(const segment_t& segment) const {
@@ -173,9 +173,11 @@ private:
     /// The segment in which the section, which has no bytes in the file, is all 0.
     const segment_t* zeroed(const section_t& section) const {
         for (const segment_t& load : loads) {
+            if (section.sh_addr < load.p_vaddr) {
+                continue;
+            }
             const uint64_t within = section.sh_addr - load.p_vaddr;
-            if (section.sh_addr >= load.p_vaddr && within <= load.p_memsz &&
-                section.sh_size <= load.p_memsz - within) {
+            if (within <= load.p_memsz && section.sh_size <= load.p_memsz - within) {
                 const uint64_t end = std::min<uint64_t>(within + section.sh_size, load.p_filesz);
                 return within >= end || isZero(load.p_offset + within, end - within) ? &load
                                                                                      : nullptr;
@@ -191,10 +193,9 @@ private:
     }
 
     void checkThreadSection(const section_t& section) const {
-        const uint64_t within = threadData ? section.sh_addr - threadData->p_vaddr : 0;
-        const uint64_t most = threadData ? threadData->p_memsz : 0;
-        if (!threadData || section.sh_addr < threadData->p_vaddr || within > most ||
-            section.sh_size > most - within) {
+        if (!threadData || section.sh_addr < threadData->p_vaddr ||
+            section.sh_addr - threadData->p_vaddr > threadData->p_memsz ||
+            section.sh_size > threadData->p_memsz - (section.sh_addr - threadData->p_vaddr)) {
             fail("its segments do not load all of its sections");
         }
     }

@@ -2,6 +2,7 @@
 /// Moments as a user writes them.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <string_view>
 
@@ -18,8 +19,7 @@ struct TimeBound {
     /// The moment in a trace whose first record has the time `first`; the last one there is rather
     /// than a later one.
     timeStamp_t at(timeStamp_t first) const {
-        const timeStamp_t moment = fromFirst ? first + microseconds : microseconds;
-        return fromFirst && moment < first ? ~timeStamp_t{0} : moment;
+        return fromFirst ? first + std::min(microseconds, ~first) : microseconds;
     }
 };
 

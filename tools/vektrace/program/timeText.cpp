@@ -71,7 +71,8 @@ void appendLocal(std::string& out, timeStamp_t stamp, unsigned precision) {
         return;
     }
     const int64_t minutes = local.tm_gmtoff / 60;
-    appendCalendar(out, seconds + static_cast<uint64_t>(int64_t{local.tm_gmtoff}), ' ');
+    appendCalendar(out, static_cast<uint64_t>(static_cast<int64_t>(seconds) + local.tm_gmtoff),
+                   ' ');
     appendFraction(out, stamp, precision);
     fmt::format_to(std::back_inserter(out), "{}{:02}:{:02}", minutes < 0 ? '-' : '+',
                    std::abs(minutes) / 60, std::abs(minutes) % 60);
