@@ -136,7 +136,7 @@ class CopyingVerb:
         )
         result = self.finish(process)
         self.assertEqual(result.status, 1)
-        self.assertIn("out.vkt: File too large", result.complaint)
+        self.assertIn("out.vkt: byte 1000: File too large", result.complaint)
         self.assertEqual(self.files(), ["in.vkt"])
 
     def test_keeps_the_old_file_on_a_full_disk(self):
@@ -155,12 +155,12 @@ class CopyingVerb:
 
     def test_says_that_a_device_is_full(self):
         result = self.copy("in.vkt", "-o", "/dev/full", expect=1)
-        self.assertIn("/dev/full: No space left on device", result.complaint)
+        self.assertIn("/dev/full: byte 0: No space left on device", result.complaint)
         with open("/dev/full", "wb") as full:
             process = self.start(*self.VERB, "in.vkt", stdout=full, stderr=subprocess.PIPE)
             result = self.finish(process)
         self.assertEqual(result.status, 1)
-        self.assertIn("standard output: No space left on device", result.complaint)
+        self.assertIn("standard output: byte 0: No space left on device", result.complaint)
 
     def test_ends_quietly_when_nobody_reads_on(self):
         self.write("long.vkt", *drive(50000))

@@ -169,8 +169,21 @@ class Telling(RecoveringCase):
                 os.close(writing)
                 complaint = process.communicate(timeout=PATIENCE)[1].decode()
                 self.assertEqual(process.returncode, 1, complaint)
-                self.assertIn("vektrace: standard output: Broken pipe\n", complaint)
+                self.assertIn("vektrace: standard output: byte 0: Broken pipe\n", complaint)
                 self.assertEqual(self.contents(), self.inputs)
+
+    def test_of_standard_output_that_fails_only_when_it_is_closed(self):
+        for arguments in (("dump", "in.vkt"), FILTER[:2], SPLIT, ("--version",)):
+            with self.subTest(arguments=arguments):
+                good = self.good(arguments)
+                outcome = self.attempt(
+                    arguments, calls="close", number=good.calls.count("close"), error=errno.EDQUOT
+                )
+                self.assertEqual(
+                    outcome.complaint, "vektrace: standard output: Disk quota exceeded\n"
+                )
+                self.assertEqual(outcome.status, 1)
+                self.assertEqual(outcome.out, good.out)
 
 
 class Transferring(FaultCase):

@@ -129,4 +129,4 @@ class Output(Case):
             process = self.start("sample", stdout=full, stderr=subprocess.PIPE)
             err = process.communicate(timeout=PATIENCE)[1]
         self.assertEqual(process.returncode, 1)
-        self.assertIn(b"No space left on device", err)
+        self.assertIn(b"standard output: byte 0: No space left on device", err)

@@ -210,7 +210,7 @@ class SplitFailureTest(SplitVerb, Case):
         )
         err = process.communicate(timeout=PATIENCE)[1]
         self.assertEqual(process.returncode, 1)
-        self.assertIn(b"in-0002.vkt: File too large", err)
+        self.assertIn(b"in-0002.vkt: byte 1000: File too large", err)
         self.expect_pieces("in", small)
         self.assertEqual(self.files(), ["in-0001.vkt", "in.vkt"])
 

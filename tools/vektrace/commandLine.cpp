@@ -60,6 +60,7 @@ int work(const CLI::App& program, Session& session) {
         }
         prepareLibrary();
         session.work();
+        closeStandardOutput();
     } catch (const NoInput&) {
         std::cerr << helpText(program, chosen(program));
         return STATUS_USAGE;

@@ -82,6 +82,26 @@ TEST(MessageText, DoesNotPassTheStateThatAClassLeavesToTheNext) {
               "2550 1.25 10");
 }
 
+/// Behind a message of the library the stream is not made anew.
+TEST(MessageText, HasTheStreamAsItWasAroundMessagesOfTheLibrary) {
+    const byteVec_t bytes = {0, 12, 0x12, 0x34, 0xab};
+    const InvalidMessage invalid(bytes.data(), bytes.size());
+    const auto spoil = [](std::ostream& os) {
+        os << std::hex << std::setfill('*') << std::setw(9);
+        os.imbue(std::locale(std::locale::classic(), new Grouping));
+    };
+    const auto write = [](std::ostream& os) { os << 2550 << ' ' << std::setw(3) << 7; };
+    MessageText text;
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(render(text, write), "2550   7");
+        EXPECT_EQ(text.render(invalid), invalid.toString());
+        EXPECT_EQ(text.render(invalid), invalid.toString());
+        EXPECT_EQ(render(text, write), "2550   7");
+        render(text, spoil);
+        EXPECT_EQ(text.render(invalid), invalid.toString());
+    }
+}
+
 TEST(MessageText, DoesNotPassTheExceptionsThatAClassAsksForToTheNext) {
     MessageText text;
     EXPECT_EQ(render(text,

@@ -19,16 +19,6 @@ namespace {
 
 constexpr char STANDARD_OUTPUT[] = "standard output";
 
-[[noreturn]] void fail(const std::string& name, int error, const std::string& reason) {
-    if (error == EPIPE) {
-        throw ClosedOutput();
-    }
-    if (error == EEXIST) {
-        throw Failure(name, "exists; --force replaces it");
-    }
-    throw Failure(name, reason);
-}
-
 template <class Target>
 void refuseInputs(const Target& target, const std::string& name,
                   const std::vector<std::string>& inputs) {
@@ -102,10 +92,13 @@ void Output::refuseTerminal(int fd, bool force) const {
 }
 
 void Output::openFile(const std::string& path, bool force) {
-    guarded([&] {
+    try {
         writer = std::make_unique<TraceWriter>(
             path, force ? TraceWriter::EXISTING_REPLACE : TraceWriter::EXISTING_REFUSE);
-    });
+    } catch (const TraceException& e) {
+        throwInterruptedOrExists(e);
+        throw Failure(name, e.what());
+    }
     struct stat status = {};
     file = fstat(writer->descriptor(), &status) == 0 && S_ISREG(status.st_mode);
     refuseTerminal(writer->descriptor(), force);
@@ -116,13 +109,20 @@ void Output::guarded(const Step& step) {
     try {
         step();
     } catch (const TraceException& e) {
-        if (e.error() == EINTR && session.stopped()) {
-            throw Interrupted();
+        throwInterruptedOrExists(e);
+        if (e.error() == EPIPE && !file && !needed) {
+            throw ClosedOutput();
         }
-        if (e.error() == EPIPE && (file || needed)) {
-            throw Failure(name, e.what());
-        }
-        fail(name, e.error(), e.what());
+        throw Failure(name, e.offset(), e.what());
+    }
+}
+
+void Output::throwInterruptedOrExists(const TraceException& e) const {
+    if (e.error() == EINTR && session.stopped()) {
+        throw Interrupted();
+    }
+    if (e.error() == EEXIST) {
+        throw Failure(name, "exists; --force replaces it");
     }
 }
 
@@ -150,6 +150,12 @@ int Output::readBack() {
     return fd;
 }
 
+void closeStandardOutput() {
+    if (::close(STDOUT_FILENO) != 0 && errno != EINTR) {  // closed it is
+        throw Failure(STANDARD_OUTPUT, systemReason(errno));
+    }
+}
+
 // ---- Text --------------------------------------------------------------------------------------
 
 TextOutput::TextOutput(Session& _session, const std::vector<std::string>& inputs)
@@ -164,15 +170,18 @@ void TextOutput::writeOut(size_t length) {
     while (!rest.empty()) {
         const ssize_t count = ::write(STDOUT_FILENO, rest.data(), rest.size());
         if (count == 0) {
-            throw Failure(STANDARD_OUTPUT, "the system takes no more bytes");
+            throw Failure(STANDARD_OUTPUT, written, "the system takes no more bytes");
         }
         if (count > 0) {
+            written += static_cast<size_t>(count);
             rest.remove_prefix(static_cast<size_t>(count));
             if (!rest.empty() && session.stopped()) {
                 throw Interrupted();  // it would have waited, had the signal not come
             }
+        } else if (errno == EPIPE) {
+            throw ClosedOutput();
         } else if (errno != EINTR && errno != EAGAIN) {
-            fail(STANDARD_OUTPUT, errno, systemReason(errno));
+            throw Failure(STANDARD_OUTPUT, written, systemReason(errno));
         } else if (session.stopped()) {
             throw Interrupted();
         } else if (errno == EAGAIN) {

@@ -64,6 +64,7 @@ private:
     void openFile(const std::string& path, bool force);
     template <class Step>
     void guarded(const Step& step);
+    void throwInterruptedOrExists(const TraceException& e) const;
 
     Session& session;
     std::string name;
@@ -71,6 +72,10 @@ private:
     const bool needed;
     std::unique_ptr<TraceWriter> writer;
 };
+
+/// Once nothing more is written: some file systems tell only then that they did not keep what they
+/// took. Throws Failure.
+void closeStandardOutput();
 
 /// Lines of text to standard output, through a buffer.
 class TextOutput {
@@ -106,6 +111,7 @@ private:
     Session& session;
     const bool color;
     std::string buffer;
+    uint64_t written = 0;
 };
 
 }  // namespace vek::program
