@@ -36,12 +36,14 @@ install(FILES ${PROJECT_BINARY_DIR}/vektraceConfig.cmake
               ${PROJECT_BINARY_DIR}/vektraceConfigVersion.cmake
         DESTINATION ${VEKTRACE_PACKAGE_DIR})
 
-# With an absolute folder of libraries the tree cannot be moved, and its path stands as it is.
-if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
-  set(VEKTRACE_PC_LIBDIR ${CMAKE_INSTALL_LIBDIR})
-else()
-  set(VEKTRACE_PC_LIBDIR "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
-endif()
+# With an absolute folder the tree cannot be moved, and its path stands as it is.
+foreach(folder LIBDIR INCLUDEDIR)
+  if(IS_ABSOLUTE ${CMAKE_INSTALL_${folder}})
+    set(VEKTRACE_PC_${folder} ${CMAKE_INSTALL_${folder}})
+  else()
+    set(VEKTRACE_PC_${folder} "\${prefix}/${CMAKE_INSTALL_${folder}}")
+  endif()
+endforeach()
 
 # The prefix is found from the place of the .pc file, so that an installed tree may be moved.
 file(RELATIVE_PATH VEKTRACE_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig

@@ -216,7 +216,7 @@ void checkParseTime(Script& script) {
     const uint64_t first = script.number(8);
     const std::string text = script.restOfText();
     bool fromFirst = false;
-    uint64_t moment = 0;
+    std::optional<uint64_t> moment;
     const number_t time = accepted([&] {
         const TimeBound bound = parseTime(text);
         fromFirst = bound.fromFirst;
@@ -226,8 +226,9 @@ void checkParseTime(Script& script) {
     require(time == plainTime(text), "a time is read as it stands");
     if (time) {
         require(fromFirst == (text.front() == '+'), "a plus makes it a distance");
-        const uint64_t distance = std::min(*time, UINT64_MAX - first);
-        require(moment == (fromFirst ? first + distance : *time),
+        const bool exists = !fromFirst || *time <= UINT64_MAX - first;
+        require(moment.has_value() == exists, "it is a moment that a record can have");
+        require(!exists || *moment == *time + (fromFirst ? first : 0),
                 "it counts from the first record");
     }
 }

@@ -52,8 +52,11 @@ Content gunzip(const byteVec_t& file) {
         stream.avail_out = static_cast<uInt>(part.size());
         status = inflate(&stream, Z_SYNC_FLUSH);
         content.bytes.insert(content.bytes.end(), part.data(), stream.next_out);
-        if (status == Z_STREAM_END && stream.avail_in > 0) {
-            status = inflateReset(&stream);
+        if (status == Z_STREAM_END) {
+            for (; stream.avail_in > 0 && *stream.next_in == 0; --stream.avail_in) {
+                ++stream.next_in;
+            }
+            status = stream.avail_in > 0 ? inflateReset(&stream) : status;
         }
     }
     content.whole = status == Z_STREAM_END;

@@ -157,6 +157,9 @@ int giveNewName(const std::string& from, const std::string& to) {
 }
 
 OutputFile::OutputFile(const std::string& path, bool _replace) : replace(_replace) {
+    if (path.find('\0') != std::string::npos) {
+        throw IoError(EINVAL);  // the system would take the part in front of it
+    }
     struct stat old = {};
     const bool exists = statusOf(path, old);
     if (exists && !replace && (S_ISREG(old.st_mode) || S_ISBLK(old.st_mode))) {

@@ -40,6 +40,10 @@ private:
 };
 
 size_t GzipSource::decompress(uint8_t* to, size_t room) {
+    if (whole) {
+        // Tapes and devices fill up with zeros what was not written.
+        begin = std::find_if(begin, end, [](uint8_t byte) { return byte != 0; });
+    }
     if (whole && begin != end) {
         inflateReset(&stream);
         whole = false;

@@ -7,6 +7,8 @@
 #include "Compressor.h"
 #include "FailingAllocation.h"
 #include "libvekstream/TraceReader.h"
+#include "support/descriptors.h"
+#include "support/traces.h"
 
 namespace {
 
@@ -26,6 +28,35 @@ byteVec_t gzip(const byteVec_t& plain) {
 
 INSTANTIATE_TEST_SUITE_P(Gzip, CompressedTrace,
                          testing::Values(Compressor{"gzip", gzip, canReadGzip}));
+
+byteVec_t joined(std::initializer_list<byteVec_t> parts) {
+    byteVec_t all;
+    for (const byteVec_t& part : parts) {
+        all.insert(all.end(), part.begin(), part.end());
+    }
+    return all;
+}
+
+/// As on a tape, or a device that is longer than what was written to it.
+TEST(GzipTrace, MayBeFilledUpWithZeros) {
+    const byteVec_t trace = traceOf(3);
+    for (const size_t length : {1U, 1000U, 1000000U}) {
+        const byteVec_t zeros(length);
+        const Reading filled(*memoryFile(joined({gzip(trace), zeros})));
+        EXPECT_TRUE(filled.bytes == trace) << length;
+        EXPECT_EQ(filled.reason, "");
+        const Reading more(*memoryFile(joined({gzip(trace), zeros, gzip(trace), zeros})));
+        EXPECT_TRUE(more.bytes == joined({trace, trace})) << length;
+        EXPECT_EQ(more.reason, "");
+    }
+}
+
+TEST(GzipTrace, IsNotFilledUpWithAnythingElse) {
+    const byteVec_t trace = traceOf(3);
+    const Reading reading(*memoryFile(joined({gzip(trace), byteVec_t(1000), {1, 2, 3, 4}})));
+    EXPECT_TRUE(reading.bytes == trace);
+    EXPECT_EQ(reading.reason, "gzip input: incorrect header check");
+}
 
 }  // namespace
 

@@ -288,6 +288,7 @@ TEST(TraceWriter, RefusesWhatCannotBeAFile) {
         {folder.path("loop"), ELOOP},
         {folder.path(std::string(256, 'n')), ENAMETOOLONG},
         {"", ENOENT},
+        {folder.path(std::string("end\0more", 8)), EINVAL},
     };
     for (const auto& row : cases) {
         for (const auto existing : {TraceWriter::EXISTING_REFUSE, TraceWriter::EXISTING_REPLACE}) {

@@ -107,7 +107,8 @@ class Usage(Case):
         return result.complaint
 
     def test_an_unknown_verb(self):
-        self.assertIn("dumpp", self.assert_usage_error("dumpp"))
+        for words in (["dumpp"], ["dumpp", "a.vkt", "b.vkt"], ["--color", "never", "dumpp", "a.vkt"]):
+            self.assertIn("vektrace: there is no verb 'dumpp'\n", self.assert_usage_error(*words))
 
     def test_an_unknown_option(self):
         self.assertIn("--frobnicate", self.assert_usage_error("dump", "--frobnicate"))

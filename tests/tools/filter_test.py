@@ -111,6 +111,14 @@ class FilterByTimeTest(Case):
     def test_counts_from_the_first_record(self):
         self.expect_records(2, 5, "--from", "+1.5s", "--to", "+5s")
 
+    def test_has_no_time_that_is_later_than_any_record_can_be(self):
+        last = 2**64 - 1
+        records = [record(CAN, last - microseconds) for microseconds in (5, 3, 0)]
+        self.write("in.vkt", *records)
+        for condition, expected in (("--from", b""), ("--to", b"".join(records))):
+            result = self.run_program("filter", "in.vkt", condition, "+1", expect=0)
+            self.assertEqual(result.out, expected)
+
     def test_counts_from_the_first_record_of_the_first_input(self):
         later = self.write("later.vkt", *drive(3, begin=BEGIN + HOUR))
         result = self.run_program("filter", later, "in.vkt", "--from", "+1s", expect=0)

@@ -84,6 +84,10 @@ class MergeTest(CopyingVerb, Case):
     def test_puts_markers_in_front_where_the_marked_input_begins_with_damage(self):
         self.expect_merged([at(1), at(2)], [at(1, marked=False)], [FILLER, at(2)], status=3)
 
+    def test_leaves_records_without_markers_beside_an_input_without_records(self):
+        for nothing in (b"junk", FILLER, MARKER * 20):
+            self.expect_merged([at(1, marked=False)], [nothing], [at(1, marked=False)], status=3)
+
     def test_says_when_records_without_markers_are_not_told_apart_any_more(self):
         a = drive(5, identifier=NAMELESS, marked=False)
         b = drive(5, begin=BEGIN + 100 * DAY, identifier=NAMELESS, marked=False)

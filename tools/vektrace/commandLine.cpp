@@ -87,6 +87,19 @@ void print(Session& session, const std::string& text) {
     output.flush();
 }
 
+/// The first word that is no option stands for a verb, where none was found.
+std::string usageReason(const CLI::App& program, const CLI::ParseError& e) {
+    const auto extras = static_cast<int>(CLI::ExitCodes::ExtrasError);
+    if (e.get_exit_code() == extras && program.get_subcommands().empty()) {
+        for (const std::string& word : program.remaining()) {
+            if (word.empty() || word.front() != '-') {
+                return "there is no verb '" + word + "'";
+            }
+        }
+    }
+    return e.what();
+}
+
 /// What is to be done where parsing ended early: for a command line that is no use, to say so.
 std::function<void()> answer(const CLI::App& program, Session& session, const CLI::ParseError& e) {
     if (e.get_name() == "CallForHelp") {
@@ -95,7 +108,7 @@ std::function<void()> answer(const CLI::App& program, Session& session, const CL
     if (e.get_name() == "CallForVersion") {
         return [&session] { print(session, versionText()); };
     }
-    return [reason = std::string(e.what())] { throw UsageError(reason); };
+    return [reason = usageReason(program, e)] { throw UsageError(reason); };
 }
 
 }  // namespace

@@ -54,8 +54,9 @@ TEST(ParseTime, TakesSecondsFromTheFirstRecord) {
     }
 }
 
-TEST(ParseTime, AMomentBeyondTheLastOneIsTheLastOne) {
-    EXPECT_EQ(parseTime("+10s").at(LAST - 5), LAST);
+TEST(ParseTime, ThereIsNoMomentBeyondTheLastOne) {
+    EXPECT_EQ(parseTime("+0.000005s").at(LAST - 5), LAST);
+    EXPECT_EQ(parseTime("+0.000006s").at(LAST - 5), std::nullopt);
     EXPECT_EQ(parseTime("@5").at(LAST), 5000000);
 }
 

@@ -2,8 +2,8 @@
 /// Moments as a user writes them.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "libvektrace/MessageBase.h"
@@ -16,10 +16,13 @@ struct TimeBound {
     bool fromFirst = false;
     uint64_t microseconds = 0;
 
-    /// The moment in a trace whose first record has the time `first`; the last one there is rather
-    /// than a later one.
-    timeStamp_t at(timeStamp_t first) const {
-        return fromFirst ? first + std::min(microseconds, ~first) : microseconds;
+    /// The moment in a trace whose first record has the time `first`; nothing where it is later than
+    /// any record can be.
+    std::optional<timeStamp_t> at(timeStamp_t first) const {
+        if (!fromFirst) {
+            return microseconds;
+        }
+        return microseconds <= ~first ? std::optional(first + microseconds) : std::nullopt;
     }
 };
 

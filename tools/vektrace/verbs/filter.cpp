@@ -172,11 +172,14 @@ private:
     }
 
     void setWindow(timeStamp_t begin) {
-        if (options.from) {
-            selection.from = options.from->at(begin);
-        }
         if (options.to) {
             selection.to = options.to->at(begin);
+        }
+        if (options.from) {
+            selection.from = options.from->at(begin);
+            if (!selection.from) {
+                selection.to = 0;  // a window without any time
+            }
         }
     }
 
@@ -259,7 +262,8 @@ constexpr char FILTER_DETAILS[] =
     "With a condition only records are copied: bytes that are no record are dropped and "
     "reported, and the status is 3. Inputs with and without sync markers do not go into one "
     "output then.\n"
-    "TIME is RFC 3339 text (2009-02-13T23:31:30Z), a date, @SECONDS since 1970, or +SECONDS "
+    "TIME is RFC 3339 text (2009-02-13T23:31:30Z; UTC where no zone is named), a date, @SECONDS "
+    "since 1970, or +SECONDS "
     "from the first record of the first input.\n"
     "--last keeps up to 4 MiB of records while it reads files, and reads them a second time "
     "where that is not enough, also standard input where it is a file; of a pipe it keeps up to "

@@ -72,11 +72,13 @@ private:
     struct Trace {
         std::unique_ptr<Input> input;
         GapTotals gaps;
+        bool hasRecords = false;
     };
 
     void open(const std::string& path, const InputOptions& options) {
         try {
-            traces.push_back({std::make_unique<Input>(session, path, options, &progress), {}});
+            traces.push_back(
+                {std::make_unique<Input>(session, path, options, &progress), {}, false});
         } catch (const Failure& e) {
             session.error(e.what());
         }
@@ -93,6 +95,7 @@ private:
     static bool nextRecord(Trace& trace, TraceSpan& record) {
         while (trace.input->next(record)) {
             if (record.isRecord()) {
+                trace.hasRecords = true;
                 return true;
             }
             trace.gaps.add(record);
@@ -103,7 +106,7 @@ private:
     /// Asked once the first record of each trace is there, or none will be.
     bool anyMarked() const {
         return std::any_of(traces.begin(), traces.end(), [](const Trace& trace) {
-            return trace.input->framing() == FRAMING_MARKED;
+            return trace.hasRecords && trace.input->framing() == FRAMING_MARKED;
         });
     }
 

@@ -82,13 +82,13 @@ void addSample(CLI::App& program, Session& session) {
               "Another number makes another drive, the same one always the same bytes.",
               [&plan](const std::string& text) { plan.seed = parseNumber(text); })
         ->default_str("1");
-    CLI::Option* const length =
-        addParsed(verb, "--length", "DURATION",
-                  "How long the drive lasts: 1500ms, 90s, 2m, 1.5h. Without a size it is 60s.",
-                  [&plan](const std::string& text) { plan.length = parseDuration(text); });
+    CLI::Option* const length = addParsed(
+        verb, "--length", "DURATION",
+        "How long the drive lasts, 1s or more: 1500ms, 90s, 2m, 1.5h. Without a size it is 60s.",
+        [&plan](const std::string& text) { plan.length = parseDuration(text); });
     addParsed(verb, "--size", "SIZE",
-              "Instead of a length: exactly so many bytes, also as 64k, 1.5M, 5G. A PADDING record "
-              "makes up for what is left.",
+              "Instead of a length: exactly so many bytes, 1024 or more, also as 64k, 1.5M, 5G. A "
+              "PADDING record makes up for what is left.",
               [&plan](const std::string& text) { plan.size = parseSize(text); })
         ->excludes(length);
     addParsed(verb, "--start", "TIME", "When the drive begins.", [&plan](const std::string& text) {
