@@ -37,6 +37,13 @@ class SplitRuleTest(SplitVerb, Case):
             self.assertTrue(result.complaint.startswith("vektrace: split: --output must name"))
         self.assertEqual(self.files(), ["in.vkt"])
 
+    def test_refuses_an_empty_name_as_other_verbs_do(self):
+        self.write("in.vkt", *drive(2))
+        copied = self.run_program("filter", "in.vkt", "-o", "", expect=1)
+        result = self.split("in.vkt", "--count", "1", "-o", "", expect=1)
+        self.assertEqual(result.complaint, copied.complaint)
+        self.assertEqual(self.files(), ["in.vkt"])
+
     def test_cuts_by_count(self):
         records = drive(7)
         self.write("in.vkt", *records)

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -21,7 +22,7 @@ namespace {
 
 struct SplitOptions {
     InputOptions inputs;
-    std::string prefix;
+    std::optional<std::string> prefix;
     bool force = false;
     std::optional<PieceRule> rule;
     int rules = 0;  ///< how many the command line gives
@@ -86,7 +87,7 @@ void splitTrace(Input& input, PieceRule rule, Pieces& pieces, Session& session) 
 }
 
 std::string prefixOf(const SplitOptions& options, const std::string& path) {
-    return options.prefix.empty() ? piecePrefix(path) : options.prefix;
+    return options.prefix ? *options.prefix : piecePrefix(path);
 }
 
 bool endsWithSlash(const std::string& path) { return !path.empty() && path.back() == '/'; }
@@ -95,13 +96,13 @@ void checkOptions(const SplitOptions& options, const std::vector<std::string>& p
     if (options.rules != 1) {
         throw UsageError("give one of --size, --count and --time");
     }
-    if (options.prefix == "-" || endsWithSlash(options.prefix)) {
+    if (options.prefix && (*options.prefix == "-" || endsWithSlash(*options.prefix))) {
         throw UsageError("--output must name the pieces: it is what their names begin with");
     }
-    if (!options.prefix.empty() && paths.size() > 1) {
+    if (options.prefix && paths.size() > 1) {
         throw UsageError("--output is for one input");
     }
-    if (options.prefix.empty() && std::count(paths.begin(), paths.end(), "-") > 0) {
+    if (!options.prefix && std::count(paths.begin(), paths.end(), "-") > 0) {
         throw UsageError("--output must name the pieces of standard input");
     }
     std::vector<std::string> prefixes;
@@ -113,6 +114,9 @@ void checkOptions(const SplitOptions& options, const std::vector<std::string>& p
     const auto twice = std::adjacent_find(prefixes.begin(), prefixes.end());
     if (twice != prefixes.end()) {
         throw UsageError("the pieces of two inputs would be named " + *twice);
+    }
+    if (options.prefix && options.prefix->empty()) {
+        throw Failure("", systemReason(ENOENT));  // as an output that other verbs cannot make
     }
 }
 
