@@ -12,6 +12,8 @@ from support import BEGIN, CAN, SECOND, STARTUP, Case, drive, record
 import support
 
 READERS = ("dump", "info", "check")
+FORMATS = (("dump", "text"), ("dump", "jsonl"), ("dump", "csv"), ("info", "text"), ("info", "json"), ("check", "text"),
+           ("check", "jsonl"))
 JUNK = b"this is not a record"
 
 
@@ -399,10 +401,10 @@ class Colors(Case):
 class Memory(Case):
     LIMIT = 32 * 1024  # KiB
 
-    def assert_small(self, verb, pieces):
+    def assert_small(self, verb, pieces, *arguments):
         """Feeds all of it, then asks how much memory it took at most: while the input is open."""
         process = self.start(
-            verb, stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE
+            verb, *arguments, stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE
         )
         for piece in pieces:
             process.stdin.write(piece)
@@ -412,7 +414,7 @@ class Memory(Case):
         _, err = process.communicate(timeout=support.PATIENCE)
         self.assertEqual(process.returncode, 0, err)
         if not support.TAKES_MORE_MEMORY:
-            self.assertLess(most, self.LIMIT, verb)
+            self.assertLess(most, self.LIMIT, (verb, *arguments))
 
     def test_does_not_grow_with_the_trace(self):
         block = b"".join(drive(50000))
@@ -424,3 +426,10 @@ class Memory(Case):
         every = b"".join(record(i, BEGIN + i) for i in range(0x10000))
         for verb in READERS:
             self.assert_small(verb, [every, every])
+
+    def test_keeps_nothing_of_an_input_that_is_done_in_whatever_format(self):
+        every = b"".join(record(i, BEGIN + i) for i in range(0x10000))
+        self.write("a.vkt", every)
+        for verb, form in FORMATS:
+            for inputs in (["a.vkt"], ["a.vkt"] * 8):
+                self.assert_small(verb, [every], "--format", form, *inputs, "-")

@@ -9,7 +9,8 @@ namespace vek::program {
 
 namespace {
 
-/// One document, as schema/vektrace.info.1.json says.
+/// One document, as schema/vektrace.info.1.json says, handed on piece by piece: of many identifiers or
+/// inputs it is too long to be kept.
 class InfoJson : public InfoFormat {
 public:
     explicit InfoJson(TextOutput& _output) : output(_output), writer(buffer) {
@@ -39,16 +40,22 @@ public:
         addGaps(statistics);
         addIdentifiers(statistics);
         writer.EndObject();
+        handOn();
     }
 
     void finish() override {
         writer.EndArray();
         writer.EndObject();
-        output.write({buffer.GetString(), buffer.GetSize()});
+        handOn();
         output.write("\n");
     }
 
 private:
+    void handOn() {
+        output.write({buffer.GetString(), buffer.GetSize()});
+        buffer.Clear();
+    }
+
     void addMoment(const char* key, timeStamp_t stamp) {
         writer.Key(key);
         writer.StartObject();
@@ -102,10 +109,11 @@ private:
         }
         writer.EndArray();
         writer.EndObject();
+        handOn();
     }
 
     TextOutput& output;
-    rapidjson::StringBuffer buffer;
+    rapidjson::StringBuffer buffer;  ///< what `output` has not got yet
     jsonDocument_t writer;
 };
 
