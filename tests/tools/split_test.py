@@ -204,6 +204,57 @@ class SplitFailureTest(SplitVerb, Case):
         for number, piece in enumerate(pieces):
             self.assertEqual(piece, b"".join(records[number * 300 : number * 300 + 300]))
 
+    def write_broken(self, name, *pieces):
+        """A compressed trace that ends before its end: it gives all of the pieces, but no checksum."""
+        self.write(name, gzip.compress(b"".join(pieces))[:-8])
+
+    def test_tells_which_pieces_are_there_of_an_input_that_breaks_off(self):
+        for whole, told in (
+            (0, "there is no piece"),
+            (1, "p1-0001.vkt holds what is before byte 48"),
+            (3, "p3-0001.vkt to p3-0003.vkt hold what is before byte 144"),
+        ):
+            records = [record(CAN, BEGIN + i, b"12345678") for i in range(whole * 2 + 1)]
+            self.write_broken("b.gz", *records)
+            result = self.split("b.gz", "--count", "2", "-o", f"p{whole}", expect=1)
+            self.assertEqual(
+                result.complaint.splitlines()[1:],
+                [
+                    f"vektrace: p{whole}-{whole + 1:04}.vkt: not written, as an input could not be read; "
+                    + told
+                ],
+            )
+            self.expect_pieces(f"p{whole}", *[records[i * 2 : i * 2 + 2] for i in range(whole)])
+
+    def test_counts_as_kept_only_what_is_in_a_piece(self):
+        a, b, c, d = self.records
+        self.write_broken("b.gz", a, FILLER, b, c, FILLER, FILLER, d)
+        result = self.split("b.gz", "--count", "1", expect=1)
+        self.expect_pieces("b", [a, FILLER], [b], [c, FILLER, FILLER])
+        self.assertIn("\nvektrace: b.gz: 2 gaps, 120 bytes (2 filler) kept in the pieces\n", result.complaint)
+        result = self.split("b.gz", "--count", "4", "-o", "p", expect=1)
+        self.expect_pieces("p")
+        self.assertNotIn("kept", result.complaint)
+
+    def test_counts_of_a_gap_in_several_pieces_what_is_in_one(self):
+        trace = [self.records[0], b"\xff" * 300000]
+        self.write_broken("b.gz", *trace)
+        result = self.split("b.gz", "--size", "20k", expect=1)
+        kept = sum(len(self.read(name)) for name in self.files() if name.startswith("b-")) - 16
+        self.assertGreater(kept, 20000)
+        self.assertLess(kept, 300000)
+        self.assertIn(f"1 gap, {kept} bytes (1 filler) kept in the pieces\n", result.complaint)
+
+    def test_tells_of_earlier_pieces_behind_those_of_an_input_that_breaks_off(self):
+        self.write("p-0002.vkt", b"old")
+        self.write("p-0003.vkt", b"old")
+        self.write_broken("b.gz", *self.records)
+        result = self.split("b.gz", "--count", "2", "-fo", "p", expect=1)
+        self.assertIn(
+            "vektrace: p-0002.vkt: is a piece of an earlier run, as is what follows\n", result.complaint
+        )
+        self.assertEqual(self.read("p-0002.vkt"), b"old")
+
     def test_leaves_no_half_piece_on_a_full_disk(self):
         small, large = [at(0)], [at(1, bytes(5000))]
         self.write("in.vkt", *small, *large)

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -37,18 +38,38 @@ public:
           force(_force),
           inputs(std::move(_inputs)) {}
 
-    void begin() {
+    /// Finishes the piece before and begins one with the byte of the trace at `offset`.
+    void begin(uint64_t offset) {
         finish();
-        output = std::make_unique<Output>(session, OutputOptions{pieceName(prefix, ++count), force},
-                                          inputs);
+        output = std::make_unique<Output>(session, OutputOptions{nameOf(count + 1), force}, inputs);
+        beginning = offset;
     }
-    void write(const TraceSpan& span) { output->write(span); }
+    void write(const TraceSpan& span) {
+        output->write(span);
+        if (!span.isRecord()) {
+            gapsOfPiece.add(span);
+        }
+    }
     void finish() {
         if (output != nullptr) {
             output->commit();
             output.reset();
+            ++count;
+            gapsKept += std::exchange(gapsOfPiece, {});
         }
     }
+    /// Drops the piece that is not finished, if there is one, and tells what there is without it.
+    void abandon() {
+        if (output != nullptr) {
+            session.note(
+                failureText(output->displayName(),
+                            "not written, as an input could not be read; " + whatIsThere()));
+            output.reset();
+        }
+    }
+
+    /// The gaps, or parts of them, that are in finished pieces.
+    const GapTotals& gaps() const { return gapsKept; }
 
     /// Tells of pieces that were there before and were not replaced.
     void reportLeftovers() const {
@@ -60,30 +81,44 @@ public:
     }
 
 private:
+    std::string nameOf(uint64_t number) const { return pieceName(prefix, number); }
+
+    std::string whatIsThere() const {
+        const std::string end = " what is before byte " + std::to_string(beginning);
+        switch (count) {
+            case 0:
+                return "there is no piece";
+            case 1:
+                return nameOf(1) + " holds" + end;
+            default:
+                return nameOf(1) + " to " + nameOf(count) + " hold" + end;
+        }
+    }
+
     Session& session;
     const std::string prefix;
     const bool force;
     const std::vector<std::string> inputs;
     std::unique_ptr<Output> output;
-    uint64_t count = 0;
+    uint64_t beginning = 0;  ///< where in the trace the piece begins that is not finished
+    uint64_t count = 0;      ///< of the finished ones
+    GapTotals gapsOfPiece;
+    GapTotals gapsKept;
 };
 
 void splitTrace(Input& input, PieceRule rule, Pieces& pieces, Session& session) {
-    GapTotals gaps;
     for (TraceSpan span; input.next(span);) {
         if (rule.beginsPiece(span)) {
-            pieces.begin();
+            pieces.begin(span.offset);
         }
         pieces.write(span);
-        if (!span.isRecord()) {
-            gaps.add(span);
-        }
     }
-    reportGaps(session, input, gaps, "kept in the pieces");
     if (!input.failed()) {
         pieces.finish();
-        pieces.reportLeftovers();
     }
+    reportGaps(session, input, pieces.gaps(), "kept in the pieces");
+    pieces.abandon();
+    pieces.reportLeftovers();
 }
 
 std::string prefixOf(const SplitOptions& options, const std::string& path) {
