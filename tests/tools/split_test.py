@@ -130,6 +130,32 @@ class SplitNamesTest(SplitVerb, Case):
         self.split("in.vkt", "--count", "1", "-o", "x.y", expect=0)
         self.expect_pieces("x.y", [at(0)], [at(1)])
 
+    def test_numbers_pieces_by_as_many_digits_as_are_asked_for(self):
+        self.write("in.vkt", at(0), at(1))
+        for digits in (1, 5, 18):
+            self.split("in.vkt", "--count", "1", "--digits", f"{digits}", "-o", f"p{digits}", expect=0)
+            self.assertEqual(self.read(f"p{digits}-{1:0{digits}}.vkt"), at(0))
+            self.assertEqual(self.read(f"p{digits}-{2:0{digits}}.vkt"), at(1))
+        for digits in ("0", "19", "-1", "x", ""):
+            self.split("in.vkt", "--count", "1", "--digits", digits, "-o", "q", expect=2)
+        self.assertEqual(len(self.files()), 1 + 3 * 2)
+
+    def test_refuses_a_piece_that_its_digits_cannot_number(self):
+        records = drive(10)
+        self.write("nine.vkt", *records[:9])
+        self.write("ten.vkt", *records)
+        self.split("nine.vkt", "--count", "1", "--digits", "1", expect=0)
+        result = self.split("ten.vkt", "--count", "1", "--digits", "1", expect=1)
+        self.assertEqual(
+            result.complaint,
+            "vektrace: ten-9.vkt: is the last piece that 1 digit can number, and ends before byte "
+            f"{len(b''.join(records[:9]))}; --digits gives room\n",
+        )
+        for name in ("nine", "ten"):
+            pieces = [f"{name}-{i}.vkt" for i in range(1, 10)]
+            self.assertEqual([n for n in self.files() if n.startswith(name + "-")], pieces)
+            self.assertEqual([self.read(n) for n in pieces], records[:9])
+
     def test_wants_a_prefix_for_standard_input(self):
         self.split("--count", "1", input=at(0), expect=2)
         self.split("--count", "1", "-o", "p", input=at(0), expect=0)
@@ -175,6 +201,17 @@ class SplitRefusalTest(SplitVerb, Case):
         )
         self.assertEqual(self.read("in-0001.vkt"), b"".join(drive(2)))
         self.assertEqual(self.read("in-0004.vkt"), drive(4)[3])
+
+    def test_refuses_pieces_of_other_digits_even_by_force(self):
+        self.write("in-0002.vkt", b"old")
+        for force in ([], ["--force"]):
+            result = self.split("in.vkt", "--count", "1", "--digits", "5", *force, expect=1)
+            self.assertEqual(
+                result.complaint,
+                "vektrace: in-0002.vkt: exists; pieces with 5 digits would not be in order beside it\n",
+            )
+        self.assertEqual(self.files(), ["in-0002.vkt", "in.vkt"])
+        self.assertEqual(self.read("in-0002.vkt"), b"old")
 
     def test_refuses_a_piece_that_is_an_input_under_whatever_name(self):
         os.link(self.path("in.vkt"), self.path("p-0002.vkt"))

@@ -67,6 +67,7 @@ _vektrace() {
     split:--time) values='' ;;
     split:-o) values='' ;;
     split:--output) values='' ;;
+    split:--digits) values='' ;;
     split:--color) values='auto always never' ;;
     split:--progress) values='auto always never' ;;
     split:--plugin) values='' ;;
@@ -121,7 +122,7 @@ _vektrace() {
     filter) options='--framing --prefer-chain -o --output -f --force --id --not-id --from --to --undecodable --first --last -h --help --color --progress --plugin' arguments='' ;;
     recover) options='--framing -o --output -f --force --trust-sizes --ledger --ledger-format -h --help --color --progress --plugin' arguments='' ;;
     merge) options='--framing --prefer-chain -o --output -f --force -h --help --color --progress --plugin' arguments='' ;;
-    split) options='--framing --size --count --time -o --output -f --force -h --help --color --progress --plugin' arguments='' ;;
+    split) options='--framing --size --count --time -o --output --digits -f --force -h --help --color --progress --plugin' arguments='' ;;
     export) options='--framing -o --output -f --force -h --help --color --progress --plugin' arguments='' ;;
     import) options='-o --output -f --force -h --help --color --progress --plugin' arguments='' ;;
     sample) options='--seed --length --size --start --unmarked -o --output -f --force -h --help --color --progress --plugin' arguments='' ;;

@@ -81,6 +81,7 @@ complete -c vektrace -n '__fish_seen_subcommand_from split' -l size -x -d 'Piece
 complete -c vektrace -n '__fish_seen_subcommand_from split' -l count -x -d 'Pieces of so many records.'
 complete -c vektrace -n '__fish_seen_subcommand_from split' -l time -x -d 'Pieces of so much time.'
 complete -c vektrace -n '__fish_seen_subcommand_from split' -s o -l output -x -d 'What the names of the pieces begin with; otherwise the input'\''s name without .vkt, .gz and .zst.'
+complete -c vektrace -n '__fish_seen_subcommand_from split' -l digits -x -d 'Number the pieces by so many digits, at most 18; more pieces than these can number are an error.'
 complete -c vektrace -n '__fish_seen_subcommand_from split' -s f -l force -d 'Replace pieces that exist.'
 complete -c vektrace -n '__fish_seen_subcommand_from split' -s h -l help -d 'Print this help and end.'
 complete -c vektrace -n '__fish_seen_subcommand_from split' -l color -x -a 'auto always never' -d 'Colours in text: on a terminal unless NO_COLOR is set, always, or never.'

@@ -1,9 +1,9 @@
 #include "tools/vektrace/copying/pieceNames.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
-#include <cinttypes>
 #include <cstddef>
-#include <cstdio>
 #include <filesystem>
 #include <string_view>
 #include <system_error>
@@ -13,7 +13,7 @@ namespace vek::program {
 namespace {
 
 constexpr std::string_view SUFFIX = ".vkt";
-constexpr size_t MIN_DIGITS = 4;
+constexpr size_t FEWEST_OTHER_DIGITS = 4;
 
 bool endsWith(std::string_view text, std::string_view end) {
     return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
@@ -25,27 +25,50 @@ void removeEnd(std::string& text, std::string_view end) {
     }
 }
 
-bool isPieceNumber(std::string_view text) {
+/// How many digits number the piece; 0 where the name is not that of one.
+size_t digitsOf(std::string_view name, std::string_view prefix) {
+    const size_t around = prefix.size() + 1 + SUFFIX.size();
+    if (name.size() <= around || name.substr(0, prefix.size()) != prefix ||
+        name[prefix.size()] != '-' || !endsWith(name, SUFFIX)) {
+        return 0;
+    }
+    const std::string_view number = name.substr(prefix.size() + 1, name.size() - around);
     const bool digits =
-        std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-    return digits &&
-           (text.size() == MIN_DIGITS || (text.size() > MIN_DIGITS && text.front() != '0'));
+        std::all_of(number.begin(), number.end(), [](char c) { return c >= '0' && c <= '9'; });
+    return digits ? number.size() : 0;
 }
 
-bool isPieceName(std::string_view name, std::string_view prefix) {
-    const size_t around = prefix.size() + 1 + SUFFIX.size();
-    return name.size() > around && name.substr(0, prefix.size()) == prefix &&
-           name[prefix.size()] == '-' && endsWith(name, SUFFIX) &&
-           isPieceNumber(name.substr(prefix.size() + 1, name.size() - around));
+/// The files of which `wants` takes the number of digits, by name.
+template <class Wants>
+std::vector<std::string> findPieces(const std::string& prefix, const Wants& wants) {
+    const std::filesystem::path path(prefix);
+    const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
+    const std::string begin = path.filename().string();
+    std::vector<std::string> found;
+    std::error_code ignored;
+    for (std::filesystem::directory_iterator entry(folder, ignored), end; entry != end;
+         entry.increment(ignored)) {
+        const std::string name = entry->path().filename().string();
+        if (wants(digitsOf(name, begin))) {
+            found.push_back((path.parent_path() / name).string());
+        }
+    }
+    std::sort(found.begin(), found.end());
+    return found;
 }
 
 }  // namespace
 
-std::string pieceName(const std::string& prefix, uint64_t number) {
-    char digits[24];
-    // The field is wide enough for any number.
-    static_cast<void>(std::snprintf(digits, sizeof digits, "-%04" PRIu64, number));
-    return prefix + digits + std::string(SUFFIX);
+uint64_t mostPieces(uint64_t digits) {
+    uint64_t beyond = 1;
+    for (uint64_t digit = 0; digit < digits; ++digit) {
+        beyond *= 10;
+    }
+    return beyond - 1;
+}
+
+std::string pieceName(const std::string& prefix, uint64_t number, uint64_t digits) {
+    return fmt::format("{}-{:0{}}{}", prefix, number, digits, SUFFIX);
 }
 
 std::string piecePrefix(const std::string& trace) {
@@ -56,23 +79,12 @@ std::string piecePrefix(const std::string& trace) {
     return prefix;
 }
 
-std::vector<std::string> existingPieces(const std::string& prefix) {
-    const std::filesystem::path path(prefix);
-    const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
-    const std::string begin = path.filename().string();
-    std::vector<std::string> found;
-    std::error_code ignored;
-    for (std::filesystem::directory_iterator entry(folder, ignored), end; entry != end;
-         entry.increment(ignored)) {
-        const std::string name = entry->path().filename().string();
-        if (isPieceName(name, begin)) {
-            found.push_back((path.parent_path() / name).string());
-        }
-    }
-    std::sort(found.begin(), found.end(), [](const std::string& a, const std::string& b) {
-        return a.size() != b.size() ? a.size() < b.size() : a < b;
-    });
-    return found;
+std::vector<std::string> existingPieces(const std::string& prefix, uint64_t digits) {
+    return findPieces(prefix, [&](size_t each) { return each == digits; });
+}
+
+std::vector<std::string> piecesOfOtherDigits(const std::string& prefix, uint64_t digits) {
+    return findPieces(prefix, [&](size_t each) { return each >= FEWEST_OTHER_DIGITS && each != digits; });
 }
 
 }  // namespace vek::program

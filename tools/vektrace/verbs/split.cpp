@@ -24,6 +24,7 @@ namespace {
 struct SplitOptions {
     InputOptions inputs;
     std::optional<std::string> prefix;
+    uint64_t digits = 4;
     bool force = false;
     std::optional<PieceRule> rule;
     int rules = 0;  ///< how many the command line gives
@@ -32,15 +33,22 @@ struct SplitOptions {
 /// The pieces of one trace.
 class Pieces {
 public:
-    Pieces(Session& _session, std::string _prefix, bool _force, std::vector<std::string> _inputs)
+    Pieces(Session& _session, std::string _prefix, const SplitOptions& options,
+           std::vector<std::string> _inputs)
         : session(_session),
           prefix(std::move(_prefix)),
-          force(_force),
+          digits(options.digits),
+          force(options.force),
           inputs(std::move(_inputs)) {}
 
     /// Finishes the piece before and begins one with the byte of the trace at `offset`.
     void begin(uint64_t offset) {
         finish();
+        if (count == mostPieces(digits)) {
+            throw Failure(nameOf(count), "is the last piece that " + countText(digits, "digit") +
+                                             " can number, and ends before byte " +
+                                             std::to_string(offset) + "; --digits gives room");
+        }
         output = std::make_unique<Output>(session, OutputOptions{nameOf(count + 1), force}, inputs);
         beginning = offset;
     }
@@ -73,7 +81,7 @@ public:
 
     /// Tells of pieces that were there before and were not replaced.
     void reportLeftovers() const {
-        const std::vector<std::string> found = existingPieces(prefix);
+        const std::vector<std::string> found = existingPieces(prefix, digits);
         if (found.size() > count) {
             session.note(failureText(found[static_cast<size_t>(count)],
                                      "is a piece of an earlier run, as is what follows"));
@@ -81,7 +89,7 @@ public:
     }
 
 private:
-    std::string nameOf(uint64_t number) const { return pieceName(prefix, number); }
+    std::string nameOf(uint64_t number) const { return pieceName(prefix, number, digits); }
 
     std::string whatIsThere() const {
         const std::string end = " what is before byte " + std::to_string(beginning);
@@ -97,6 +105,7 @@ private:
 
     Session& session;
     const std::string prefix;
+    const uint64_t digits;
     const bool force;
     const std::vector<std::string> inputs;
     std::unique_ptr<Output> output;
@@ -157,7 +166,14 @@ void checkOptions(const SplitOptions& options, const std::vector<std::string>& p
 
 void checkExisting(const SplitOptions& options, const std::vector<std::string>& paths) {
     for (const std::string& path : paths) {
-        for (const std::string& piece : existingPieces(prefixOf(options, path))) {
+        const std::string prefix = prefixOf(options, path);
+        const std::vector<std::string> others = piecesOfOtherDigits(prefix, options.digits);
+        if (!others.empty()) {
+            throw Failure(others.front(), "exists; pieces with " +
+                                              countText(options.digits, "digit") +
+                                              " would not be in order beside it");
+        }
+        for (const std::string& piece : existingPieces(prefix, options.digits)) {
             if (!options.force) {
                 throw Failure(piece, "exists; --force replaces it");
             }
@@ -175,9 +191,17 @@ void split(const SplitOptions& options, Session& session) {
     checkOptions(options, paths);
     checkExisting(options, paths);
     forEachInput(session, options.inputs, [&](Input& input) {
-        Pieces pieces(session, prefixOf(options, input.path()), options.force, paths);
+        Pieces pieces(session, prefixOf(options, input.path()), options, paths);
         splitTrace(input, *options.rule, pieces, session);
     });
+}
+
+uint64_t parseDigits(const std::string& text) {
+    const uint64_t digits = parseCount(text);
+    if (digits > MOST_DIGITS) {
+        throw UsageError('\'' + text + "' is more than " + std::to_string(MOST_DIGITS));
+    }
+    return digits;
 }
 
 void addRule(CLI::App& verb, SplitOptions& options, const std::string& name,
@@ -190,10 +214,10 @@ void addRule(CLI::App& verb, SplitOptions& options, const std::string& name,
 }
 
 constexpr char SPLIT_DETAILS[] =
-    "The pieces are named PREFIX-0001.vkt and so on, and one behind the other they are the "
-    "trace, byte for byte, compressed input as if it were not. No record is cut. Bytes that are "
-    "no record stay where they are, in the piece of the record before them; only with --size "
-    "they go where they have room.\n"
+    "The pieces are named PREFIX-0001.vkt and so on, and one behind the other, in the order of "
+    "their names, they are the trace, byte for byte, compressed input as if it were not. More than "
+    "9999 pieces need more --digits. No record is cut. Bytes that are no record stay where they are, "
+    "in the piece of the record before them; only with --size they go where they have room.\n"
     "By time the trace is cut in steps from its first record's time, and a step without a "
     "record gives no piece. A record whose time is before its step stays where it is.\n"
     "A piece has its name only when it is whole. When the run ends early the pieces before "
@@ -221,6 +245,11 @@ void addSplit(CLI::App& program, Session& session) {
                     "What the names of the pieces begin with; otherwise the input's name without "
                     ".vkt, .gz and .zst.")
         ->type_name("PREFIX");
+    addParsed(verb, "--digits", "N",
+              "Number the pieces by so many digits, at most 18; more pieces than these can number "
+              "are an error.",
+              [options](const std::string& text) { options->digits = parseDigits(text); })
+        ->default_str("4");
     verb.add_flag("-f,--force", options->force, "Replace pieces that exist.");
 }
 
