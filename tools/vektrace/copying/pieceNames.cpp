@@ -84,7 +84,8 @@ std::vector<std::string> existingPieces(const std::string& prefix, uint64_t digi
 }
 
 std::vector<std::string> piecesOfOtherDigits(const std::string& prefix, uint64_t digits) {
-    return findPieces(prefix, [&](size_t each) { return each >= FEWEST_OTHER_DIGITS && each != digits; });
+    return findPieces(prefix,
+                      [&](size_t each) { return each >= FEWEST_OTHER_DIGITS && each != digits; });
 }
 
 }  // namespace vek::program

@@ -216,7 +216,8 @@ void addRule(CLI::App& verb, SplitOptions& options, const std::string& name,
 constexpr char SPLIT_DETAILS[] =
     "The pieces are named PREFIX-0001.vkt and so on, and one behind the other, in the order of "
     "their names, they are the trace, byte for byte, compressed input as if it were not. More than "
-    "9999 pieces need more --digits. No record is cut. Bytes that are no record stay where they are, "
+    "9999 pieces need more --digits. No record is cut. Bytes that are no record stay where they "
+    "are, "
     "in the piece of the record before them; only with --size they go where they have room.\n"
     "By time the trace is cut in steps from its first record's time, and a step without a "
     "record gives no piece. A record whose time is before its step stays where it is.\n"
