@@ -160,6 +160,13 @@ class RecoverLedgerAndOutputTest(Case):
         self.assertEqual(files, ["ledger", "out"])
         self.assertNotEqual(self.read("ledger"), b"")
 
+    def test_an_empty_name_is_none_for_the_ledger_either(self):
+        self.write("in.vkt", *drive(3))
+        for arguments in (["recover", "in.vkt"], ["damage", "--cut", "3", "in.vkt"]):
+            result = self.run_program(*arguments, "-o", "out.vkt", "--ledger", "", expect=1)
+            self.assertEqual(result.complaint, "vektrace: : No such file or directory\n")
+            self.assertEqual(self.files(), ["in.vkt"])
+
     def test_no_output_is_there_without_its_ledger(self):
         complaint, files = self.run_until("ledger")
         self.assertRegex(complaint, r"vektrace: ledger: .*exists")

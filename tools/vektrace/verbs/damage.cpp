@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,7 +29,7 @@ namespace {
 struct DamageOptions {
     InputOptions input;
     OutputOptions output;
-    std::string ledger;
+    std::optional<std::string> ledger;
     Share changes;
     DamagePlan plan;
 };
@@ -136,13 +137,13 @@ void damageAll(SizedInput& input, Damager& damager, Session& session) {
 
 std::unique_ptr<Output> openLedger(Session& session, const DamageOptions& options,
                                    const std::string& input) {
-    if (options.ledger.empty()) {
+    if (!options.ledger) {
         return nullptr;
     }
-    if (isSameTarget(options.ledger, options.output.path)) {
+    if (isSameTarget(*options.ledger, options.output.path)) {
         throw UsageError("the ledger and the output are the same file");
     }
-    const OutputOptions ledger = {options.ledger, options.output.force, true};
+    const OutputOptions ledger = {*options.ledger, options.output.force, true};
     return std::make_unique<Output>(session, ledger, std::vector<std::string>{input});
 }
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,7 +26,7 @@ struct RecoverOptions {
 
     InputOptions inputs;
     OutputOptions output;
-    std::string ledger;
+    std::optional<std::string> ledger;
     ledgerFormat_t ledgerFormat = LEDGER_TEXT;
 };
 
@@ -35,15 +36,15 @@ public:
     LedgerFile(Session& session, const RecoverOptions& options,
                const std::vector<std::string>& inputs)
         : format(options.ledgerFormat) {
-        if (options.ledger.empty()) {
+        if (!options.ledger) {
             return;
         }
-        if (isSameTarget(options.ledger, options.output.path)) {
+        if (isSameTarget(*options.ledger, options.output.path)) {
             throw UsageError("--output and --ledger are the same");
         }
         // Lines may go to a terminal.
-        const OutputOptions outputOptions = {options.ledger,
-                                             options.output.force || options.ledger == "-", true};
+        const OutputOptions outputOptions = {*options.ledger,
+                                             options.output.force || *options.ledger == "-", true};
         output = std::make_unique<Output>(session, outputOptions, inputs);
     }
 
