@@ -12,6 +12,7 @@ using namespace vek::program;
 namespace {
 
 constexpr char NAME[] = "vektracePluginInfo";
+constexpr char FUNCTION[] = "vektraceRegisterMessages";
 
 /// An offset or length that the file does not have.
 struct Missing {};
@@ -46,6 +47,25 @@ public:
             return find(name);
         } catch (const Missing&) {
             return std::nullopt;
+        }
+    }
+
+    /// Whether all that is exported under this name is code, and something is.
+    bool hasFunction(const std::string& name) const {
+        try {
+            const Parts parts = readParts();
+            size_t functions = 0;
+            for (uint64_t i = 0; i < parts.symbols.count; ++i) {
+                const uint64_t symbol = parts.symbols.at(i);
+                const uint64_t info = number(symbol + (wide ? 4 : 12), 1);
+                if (isExported(symbol) && isNamed(symbol, parts, name)) {
+                    need(info % 16 == 2 && isCode(parts.segments, word(symbol, 4, 8)));
+                    ++functions;
+                }
+            }
+            return functions > 0;
+        } catch (const Missing&) {
+            return false;
         }
     }
 
@@ -84,7 +104,14 @@ private:
         return {offset, count, entry};
     }
 
-    byteVec_t find(const std::string& name) const {
+    struct Parts {
+        Table segments;
+        Table symbols;
+        uint64_t names;
+        uint64_t namesLength;
+    };
+
+    Parts readParts() const {
         needRange(0, wide ? 64 : 52);
         need(number(16, 2) == 3);  // a shared object
         const unsigned counts = wide ? 54 : 42;
@@ -101,9 +128,16 @@ private:
         const uint64_t names = word(sections.at(link), 16, 24);
         const uint64_t namesLength = word(sections.at(link), 20, 32);
         needRange(names, namesLength);
-        for (uint64_t i = 0; i < symbols.count; ++i) {
-            if (isObject(symbols.at(i)) && isNamed(symbols.at(i), names, namesLength, name)) {
-                return loaded(segments, word(symbols.at(i), 4, 8), word(symbols.at(i), 8, 16));
+        return {segments, symbols, names, namesLength};
+    }
+
+    byteVec_t find(const std::string& name) const {
+        const Parts parts = readParts();
+        for (uint64_t i = 0; i < parts.symbols.count; ++i) {
+            const uint64_t symbol = parts.symbols.at(i);
+            const uint64_t info = number(symbol + (wide ? 4 : 12), 1);
+            if (isExported(symbol) && info % 16 == 1 && isNamed(symbol, parts, name)) {
+                return loaded(parts.segments, word(symbol, 4, 8), word(symbol, 8, 16));
             }
         }
         throw Missing();
@@ -118,21 +152,33 @@ private:
         throw Missing();
     }
 
-    /// Defined, global or weak, and data.
-    bool isObject(uint64_t symbol) const {
-        const uint64_t info = number(symbol + (wide ? 4 : 12), 1);
-        return number(symbol + (wide ? 6 : 14), 2) != 0 && (info == 0x11 || info == 0x21);
+    /// Defined, and global or weak.
+    bool isExported(uint64_t symbol) const {
+        const uint64_t binding = number(symbol + (wide ? 4 : 12), 1) / 16;
+        return number(symbol + (wide ? 6 : 14), 2) != 0 && (binding == 1 || binding == 2);
     }
 
-    bool isNamed(uint64_t symbol, uint64_t names, uint64_t length, const std::string& name) const {
+    bool isNamed(uint64_t symbol, const Parts& parts, const std::string& name) const {
         const uint64_t begin = number(symbol, 4);
         for (size_t i = 0; i <= name.size(); ++i) {
-            if (begin + i >= length ||
-                number(names + begin + i, 1) != static_cast<unsigned char>(name.c_str()[i])) {
+            if (begin + i >= parts.namesLength ||
+                number(parts.names + begin + i, 1) != static_cast<unsigned char>(name.c_str()[i])) {
                 return false;
             }
         }
         return true;
+    }
+
+    bool isCode(const Table& segments, uint64_t address) const {
+        for (uint64_t i = 0; i < segments.count; ++i) {
+            const uint64_t segment = segments.at(i);
+            const uint64_t begin = word(segment, 8, 16);
+            if (number(segment, 4) == 1 && address >= begin &&
+                address - begin < word(segment, 16, 32)) {
+                return number(segment + (wide ? 4 : 24), 4) % 2 == 1;
+            }
+        }
+        return false;
     }
 
     byteVec_t loaded(const Table& segments, uint64_t address, uint64_t length) const {
@@ -175,6 +221,16 @@ std::optional<byteVec_t> read(const byteVec_t& file, const ElfMachine& machine) 
     }
 }
 
+bool hasFunction(const byteVec_t& file, const ElfMachine& machine) {
+    try {
+        needElfFunction(file, FUNCTION, machine);
+        return true;
+    } catch (const ElfError& e) {
+        require(*e.what() != '\0', "a refusal has a reason");
+        return false;
+    }
+}
+
 bool isLoadable(const byteVec_t& file, const ElfMachine& machine) {
     try {
         checkElfLayout(file, machine);
@@ -185,12 +241,19 @@ bool isLoadable(const byteVec_t& file, const ElfMachine& machine) {
     }
 }
 
-std::optional<byteVec_t> plainRead(const byteVec_t& file, const ElfMachine& machine) {
+bool isOfMachine(const byteVec_t& file, const ElfMachine& machine) {
     const byteVec_t identity = {0x7F, 'E', 'L', 'F', machine.wordClass, machine.byteOrder};
-    if (file.size() < 20 || !std::equal(identity.begin(), identity.end(), file.begin())) {
-        return std::nullopt;
-    }
-    return PlainElf(file, machine.byteOrder == 1).object(NAME);
+    return file.size() >= 20 && std::equal(identity.begin(), identity.end(), file.begin());
+}
+
+std::optional<byteVec_t> plainRead(const byteVec_t& file, const ElfMachine& machine) {
+    return isOfMachine(file, machine) ? PlainElf(file, machine.byteOrder == 1).object(NAME)
+                                      : std::nullopt;
+}
+
+bool plainHasFunction(const byteVec_t& file, const ElfMachine& machine) {
+    return isOfMachine(file, machine) &&
+           PlainElf(file, machine.byteOrder == 1).hasFunction(FUNCTION);
 }
 
 /// A text of printable ASCII in a field of `length` bytes at `at`, the rest of which is 0.
@@ -239,6 +302,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const ElfMachine machine = machineOf(file, wordClass);
         const std::optional<byteVec_t> object = read(file, machine);
         require(object == plainRead(file, machine), "an object is read as the format has it");
+        require(hasFunction(file, machine) == plainHasFunction(file, machine),
+                "a function is found as the format has it");
         require(!isLoadable(file, machine) || PlainElf(file, machine.byteOrder == 1).hasItsParts(),
                 "what is loaded is in the file");
         if (object) {

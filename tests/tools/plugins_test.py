@@ -151,6 +151,8 @@ class Checking(PluginCase):
     def test_a_shared_object_without_what_a_plugin_has_is_refused(self):
         path = self.copy("no_function", "x.so")
         self.assertEqual(self.refused(path), "it does not export vektraceRegisterMessages")
+        path = self.copy("no_code", "x.so")
+        self.assertEqual(self.refused(path), "its vektraceRegisterMessages is not a function")
         path = self.copy("unresolved", "x.so")
         self.assertIn("undefined symbol", self.refused(path))
 
@@ -240,6 +242,23 @@ class Corruption(PluginCase):
         order = "<" if self.good[5] == 1 else ">"
         return [struct.unpack_from(order + code, self.good, offset)[0] for code in "HIQ"]
 
+    def tables(self):
+        """Where what the loader follows lies: the dynamic table, hashes, symbols and versions."""
+        kinds = 5, 6, 11, 0x6FFFFFF6, 0x6FFFFFFD, 0x6FFFFFFE, 0x6FFFFFFF
+        wide = self.good[4] == 2
+        begin = self.words(0x28)[2] if wide else self.words(0x20)[1]
+        entry = self.words(0x3A if wide else 0x2E)[0]
+        count = self.words(0x3C if wide else 0x30)[0]
+        places = []
+        for section in range(begin, begin + entry * count, entry):
+            offset, size = (
+                self.words(section + (at if wide else narrow))[2 if wide else 1]
+                for at, narrow in ((0x18, 0x10), (0x20, 0x14))
+            )
+            if self.words(section + 4)[1] in kinds:
+                places += range(offset, offset + size)
+        return places
+
     def headers(self):
         """Where the file's header and its table of segments lie."""
         wide = self.good[4] == 2
@@ -270,4 +289,14 @@ class Corruption(PluginCase):
         for place in self.headers()[64:]:
             data = bytearray(self.good)
             data[place] ^= 1 << random.randrange(8)
+            self.assert_refused_or_as_good(bytes(data), (place, data[place]))
+
+    def test_bytes_of_the_tables_that_the_loader_follows_may_be_anything(self):
+        random = Random(3)
+        places = self.tables()
+        self.assertGreater(len(places), 1000)
+        for _ in range(300):
+            data = bytearray(self.good)
+            place = random.choice(places)
+            data[place] ^= random.choice((0xFF, data[place] or 1, 1 << random.randrange(8)))
             self.assert_refused_or_as_good(bytes(data), (place, data[place]))

@@ -17,6 +17,7 @@ using header_t = ElfW(Ehdr);
 using segment_t = ElfW(Phdr);
 using section_t = ElfW(Shdr);
 using dynamic_t = ElfW(Dyn);
+using symbol_t = ElfW(Sym);
 
 /// A plugin for this machine, of which a test may spoil something.
 class File {
@@ -83,6 +84,24 @@ public:
         ADD_FAILURE() << "there is no such entry";
     }
 
+    /// The section of this type; all 0 where there is none.
+    section_t section(uint64_t type) const {
+        for (size_t i = 0; i < header().e_shnum; ++i) {
+            const auto entry = get<section_t>(header().e_shoff + i * sizeof(section_t));
+            if (entry.sh_type == type) {
+                return entry;
+            }
+        }
+        return {};
+    }
+
+    /// Entry `index` of the section of this type.
+    template <class Entry>
+    void changeEntry(uint64_t type, size_t index, const std::function<void(Entry&)>& spoil) {
+        ASSERT_GE(section(type).sh_size, (index + 1) * sizeof(Entry));
+        change(section(type).sh_offset + index * sizeof(Entry), spoil);
+    }
+
     std::string refusal() const {
         try {
             checkElfLayout(bytes, hostMachine());
@@ -109,11 +128,23 @@ std::string refusalOfDynamic(int64_t tag, const std::function<void(dynamic_t&)>&
     return file.refusal();
 }
 
+template <class Entry>
+std::string refusalOfEntry(uint64_t type, size_t index, const std::function<void(Entry&)>& spoil) {
+    File file;
+    file.changeEntry(type, index, spoil);
+    return file.refusal();
+}
+
 /// ARM has other tables than PT_GNU_EH_FRAME.
 bool hasSegment(int64_t type) { return type != PT_GNU_EH_FRAME || File().count(type) > 0; }
 
 constexpr char BEYOND[] = "one of its segments reaches beyond the end of the file";
 constexpr char ELSEWHERE[] = "its dynamic table points to what is not there";
+
+/// Of relocations, as the machine has them.
+const bool ADDENDS = File().section(SHT_RELA).sh_size != 0;
+const int64_t TABLE = ADDENDS ? DT_RELA : DT_REL;
+const int64_t TABLE_LENGTH = ADDENDS ? DT_RELASZ : DT_RELSZ;
 
 void makeHuge(dynamic_t& entry) { entry.d_un.d_val = static_cast<decltype(entry.d_un.d_val)>(-1); }
 
@@ -221,8 +252,125 @@ TEST(ElfLayout, IsRefusedWithADynamicTableWithoutAnEnd) {
     File file;
     for (bool ended = true; ended;) {
         // There are several, as a linker leaves room.
-        file.changeDynamic(DT_NULL, [](dynamic_t& entry) { entry.d_tag = DT_DEBUG; });
+        file.changeDynamic(DT_NULL, [](dynamic_t& entry) { entry.d_tag = DT_NEEDED; });
         ended = file.refusal() == "it was taken";
     }
     EXPECT_EQ(file.refusal(), "its dynamic table has no end");
+}
+
+TEST(ElfLayout, IsRefusedWithADynamicTableThatSaysSomethingTwice) {
+    File file;
+    file.changeDynamic(DT_NULL, [](dynamic_t& entry) {
+        entry.d_tag = DT_SYMENT;
+        entry.d_un.d_val = sizeof(symbol_t);
+    });
+    EXPECT_EQ(file.refusal(), "its dynamic table says something twice");
+}
+
+TEST(ElfLayout, IsRefusedWithADynamicTableThatLacksWhatItsSectionsNeed) {
+    for (const int64_t tag : {DT_INIT_ARRAY, DT_INIT_ARRAYSZ, DT_PLTREL, DT_JMPREL, DT_PLTRELSZ,
+                              DT_VERSYM, DT_VERNEED, DT_GNU_HASH}) {
+        EXPECT_EQ(refusalOfDynamic(tag, [](dynamic_t& entry) { entry.d_tag = 0x6f000000; }),
+                  ELSEWHERE)
+            << tag;
+    }
+}
+
+TEST(ElfLayout, IsRefusedWhereItsFunctionsAreCalledElsewhere) {
+    for (const int64_t tag : {DT_INIT_ARRAY, DT_FINI_ARRAY, DT_INIT, DT_FINI}) {
+        EXPECT_EQ(refusalOfDynamic(tag, [](dynamic_t& entry) { entry.d_un.d_val += 4; }), ELSEWHERE)
+            << tag;
+    }
+    EXPECT_EQ(refusalOfDynamic(DT_INIT_ARRAYSZ, [](dynamic_t& entry) { entry.d_un.d_val *= 2; }),
+              ELSEWHERE);
+}
+
+TEST(ElfLayout, IsRefusedWithRelocationsOtherThanInItsSections) {
+    for (const int64_t tag :
+         {int64_t{DT_JMPREL}, int64_t{DT_PLTRELSZ}, int64_t{DT_PLTREL}, TABLE, TABLE_LENGTH}) {
+        EXPECT_EQ(refusalOfDynamic(tag, [](dynamic_t& entry) { entry.d_un.d_val += 8; }), ELSEWHERE)
+            << tag;
+    }
+}
+
+TEST(ElfLayout, IsRefusedWithMoreRelocationsWithoutSymbolsThanItHas) {
+    EXPECT_EQ(refusalOfDynamic(TABLE == DT_RELA ? DT_RELACOUNT : DT_RELCOUNT,
+                               [](dynamic_t& entry) { ++entry.d_un.d_val; }),
+              ELSEWHERE);
+}
+
+TEST(ElfLayout, IsRefusedWithHashesThatDoNotFitItsSymbols) {
+    const char* const reason = "its hash table does not fit its symbols";
+    const size_t words = File().section(SHT_GNU_HASH).sh_size / 4;
+    // The last word is the hash of the last symbol, which ends a chain.
+    for (const size_t index : {size_t{0}, size_t{1}, size_t{2}, size_t{3}, words - 1}) {
+        EXPECT_EQ(refusalOfEntry<uint32_t>(SHT_GNU_HASH, index, [](uint32_t& word) { ++word; }),
+                  reason)
+            << index;
+        EXPECT_EQ(
+            refusalOfEntry<uint32_t>(SHT_GNU_HASH, index, [](uint32_t& word) { word = ~word; }),
+            reason)
+            << index;
+    }
+}
+
+TEST(ElfLayout, IsRefusedWithVersionsThatDoNotFitItsSymbols) {
+    const char* const reason = "its versions do not fit its symbols";
+    EXPECT_EQ(
+        refusalOfEntry<uint16_t>(SHT_GNU_versym, 1, [](uint16_t& number) { number = 0x7F00; }),
+        reason);
+    using needed_t = ElfW(Verneed);
+    const auto spoil = [&](const std::function<void(needed_t&)>& how) {
+        return refusalOfEntry<needed_t>(SHT_GNU_verneed, 0, how);
+    };
+    EXPECT_EQ(spoil([](needed_t& entry) { entry.vn_file = UINT32_MAX; }), reason);
+    EXPECT_EQ(spoil([](needed_t& entry) { entry.vn_file = 0; }), reason);
+    EXPECT_EQ(spoil([](needed_t& entry) { entry.vn_aux = UINT32_MAX; }), reason);
+    EXPECT_EQ(spoil([](needed_t& entry) { entry.vn_cnt = 0; }), reason);
+    EXPECT_EQ(spoil([](needed_t& entry) { ++entry.vn_cnt; }), reason);
+    EXPECT_EQ(spoil([](needed_t& entry) { entry.vn_next = UINT32_MAX; }), reason);
+    // Directly behind the one above: the first of its versions.
+    using version_t = ElfW(Vernaux);
+    EXPECT_EQ(refusalOfEntry<version_t>(SHT_GNU_verneed, 1,
+                                        [](version_t& entry) { entry.vna_name = UINT32_MAX; }),
+              reason);
+    EXPECT_EQ(refusalOfEntry<version_t>(SHT_GNU_verneed, 1,
+                                        [](version_t& entry) { entry.vna_other = 0x7F00; }),
+              reason);
+    EXPECT_EQ(refusalOfDynamic(DT_VERNEEDNUM, [](dynamic_t& entry) { ++entry.d_un.d_val; }),
+              reason);
+}
+
+TEST(ElfLayout, IsRefusedWithSymbolsThatAreNotInTheirSections) {
+    const char* const reason = "one of its symbols is not where it belongs";
+    const auto last = File().section(SHT_DYNSYM).sh_size / sizeof(symbol_t) - 1;
+    const auto spoil = [&](size_t index, const std::function<void(symbol_t&)>& how) {
+        return refusalOfEntry<symbol_t>(SHT_DYNSYM, index, how);
+    };
+    // The last one is exported, as these have hashes.
+    EXPECT_EQ(spoil(last, [](symbol_t& symbol) { symbol.st_value = 0; }), reason);
+    EXPECT_EQ(spoil(last, [](symbol_t& symbol) { symbol.st_value += 1 << 24; }), reason);
+    EXPECT_EQ(
+        spoil(last,
+              [](symbol_t& symbol) { symbol.st_size = static_cast<decltype(symbol.st_size)>(-1); }),
+        reason);
+    EXPECT_EQ(spoil(last, [](symbol_t& symbol) { symbol.st_shndx = 0x7F00; }), reason);
+    EXPECT_EQ(spoil(last, [](symbol_t& symbol) { symbol.st_info &= 0xF; }), reason);
+}
+
+TEST(ElfLayout, IsRefusedWhereASymbolOfAnotherFileIsTakenForItsOwn) {
+    const char* const reason = "one of its symbols is not where it belongs";
+    File file;
+    size_t undefined = file.section(SHT_DYNSYM).sh_info;
+    while (file.get<symbol_t>(file.section(SHT_DYNSYM).sh_offset + undefined * sizeof(symbol_t))
+               .st_shndx != SHN_UNDEF) {
+        ++undefined;
+    }
+    const auto spoil = [&](const std::function<void(symbol_t&)>& how) {
+        return refusalOfEntry<symbol_t>(SHT_DYNSYM, undefined, how);
+    };
+    EXPECT_EQ(spoil([](symbol_t& symbol) { symbol.st_info &= 0xF; }), reason);
+    EXPECT_EQ(spoil([](symbol_t& symbol) { symbol.st_other |= STV_HIDDEN; }), reason);
+    EXPECT_EQ(spoil([](symbol_t& symbol) { symbol.st_other |= STV_PROTECTED; }), reason);
+    EXPECT_EQ(spoil([](symbol_t& symbol) { symbol.st_shndx = 1; }), reason);
 }

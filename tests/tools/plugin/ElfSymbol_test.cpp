@@ -109,6 +109,23 @@ protected:
             return e.what();
         }
     }
+
+    /// Why a file is refused as one with the function "other", of which one thing is as it should not
+    /// be.
+    static std::string functionRefusal(const std::function<void(Parts<Elf>&)>& spoil) {
+        Parts<Elf> parts;
+        parts.symbols[1].st_info = ELF64_ST_INFO(STB_GLOBAL, STT_FUNC);
+        parts.symbols[1].st_shndx = 1;
+        parts.symbols[1].st_value = BASE + 3;
+        parts.segments[1].p_flags = PF_R | PF_X;
+        spoil(parts);
+        try {
+            needElfFunction(parts.file(), "other", {Elf::NUMBER, hostMachine().byteOrder, MACHINE});
+            return "it was taken";
+        } catch (const ElfError& e) {
+            return e.what();
+        }
+    }
 };
 
 using classes_t = testing::Types<Class32, Class64>;
@@ -175,6 +192,43 @@ TYPED_TEST(ElfSymbol, RefusesAnObjectThatIsNotInTheFile) {
     }),
               missing);
     EXPECT_EQ(this->refusal([](parts_t& p) { p.segments[1].p_type = PT_NOTE; }), missing);
+}
+
+TYPED_TEST(ElfSymbol, TakesAFunction) {
+    EXPECT_EQ(this->functionRefusal([](Parts<TypeParam>&) {}), "it was taken");
+}
+
+TYPED_TEST(ElfSymbol, RefusesAsAFunctionWhatIsNoneOrNotExported) {
+    using parts_t = Parts<TypeParam>;
+    const char* const other = "its other is not a function";
+    for (const uint8_t type :
+         {uint8_t{STT_NOTYPE}, uint8_t{STT_OBJECT}, uint8_t{STT_TLS}, uint8_t{STT_GNU_IFUNC}}) {
+        EXPECT_EQ(this->functionRefusal([&](parts_t& p) {
+            p.symbols[1].st_info = static_cast<uint8_t>(ELF64_ST_INFO(STB_GLOBAL, type));
+        }),
+                  other)
+            << int{type};
+    }
+    // What the loader finds may be either of them.
+    EXPECT_EQ(this->functionRefusal([](parts_t& p) { p.symbols[2].st_name = 1; }), other);
+    const char* const missing = "it does not export other";
+    EXPECT_EQ(this->functionRefusal([](parts_t& p) { p.symbols[1].st_shndx = SHN_UNDEF; }),
+              missing);
+    EXPECT_EQ(this->functionRefusal(
+                  [](parts_t& p) { p.symbols[1].st_info = ELF64_ST_INFO(STB_LOCAL, STT_FUNC); }),
+              missing);
+}
+
+TYPED_TEST(ElfSymbol, RefusesAFunctionThatIsNotInCode) {
+    using parts_t = Parts<TypeParam>;
+    const char* const elsewhere = "its other is not in its code";
+    EXPECT_EQ(this->functionRefusal([](parts_t& p) { p.segments[1].p_flags = PF_R | PF_W; }),
+              elsewhere);
+    EXPECT_EQ(this->functionRefusal([](parts_t& p) { p.symbols[1].st_value = BASE - 1; }),
+              elsewhere);
+    EXPECT_EQ(this->functionRefusal([](parts_t& p) { p.symbols[1].st_value = BASE + 4; }),
+              elsewhere);
+    EXPECT_EQ(this->functionRefusal([](parts_t& p) { p.segments[1].p_type = PT_NOTE; }), elsewhere);
 }
 
 TYPED_TEST(ElfSymbol, RefusesTablesThatReachBeyondTheFile) {

@@ -15,6 +15,7 @@
 namespace vek::program {
 
 struct Elf32 {
+    using word_t = Elf32_Addr;
     using header_t = Elf32_Ehdr;
     using segment_t = Elf32_Phdr;
     using section_t = Elf32_Shdr;
@@ -25,6 +26,7 @@ struct Elf32 {
 };
 
 struct Elf64 {
+    using word_t = Elf64_Addr;
     using header_t = Elf64_Ehdr;
     using segment_t = Elf64_Phdr;
     using section_t = Elf64_Shdr;
@@ -39,6 +41,14 @@ struct ElfRange {
     const uint8_t* data;
     size_t length;
 };
+
+/// The one place that decides whether bytes are there.
+inline ElfRange partOf(const ElfRange& whole, uint64_t offset, uint64_t length, const char* what) {
+    if (offset > whole.length || length > whole.length - offset) {
+        throw ElfError(std::string(what) + " reaches beyond the end of the file");
+    }
+    return {whole.data + offset, static_cast<size_t>(length)};
+}
 
 /// Entries of a table that is in the file.
 template <class T>
@@ -81,12 +91,8 @@ public:
                                     "its table of sections");
     }
 
-    /// The one place that decides whether bytes are there.
     ElfRange range(uint64_t offset, uint64_t length, const char* what) const {
-        if (offset > bytes.size() || length > bytes.size() - offset) {
-            throw ElfError(std::string(what) + " reaches beyond the end of the file");
-        }
-        return {bytes.data() + offset, static_cast<size_t>(length)};
+        return partOf({bytes.data(), bytes.size()}, offset, length, what);
     }
 
     /// A table whose entries must have the length that the format gives them.

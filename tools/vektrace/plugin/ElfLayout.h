@@ -18,6 +18,8 @@
 #include <vector>
 
 #include "tools/vektrace/plugin/ElfFile.h"
+#include "tools/vektrace/plugin/ElfHash.h"
+#include "tools/vektrace/plugin/ElfVersions.h"
 
 namespace vek::program {
 
@@ -40,12 +42,15 @@ public:
         checkFrames();
         readDynamic();
         checkDynamic();
+        checkSymbols();
     }
 
 private:
     using segment_t = typename Elf::segment_t;
     using section_t = typename Elf::section_t;
     using dynamic_t = typename Elf::dynamic_t;
+    using symbol_t = typename Elf::symbol_t;
+    using word_t = typename Elf::word_t;
 
     /// The last address. Sums of what lies below it do not wrap around.
     static constexpr uint64_t ALL = std::numeric_limits<decltype(segment_t::p_vaddr)>::max();
@@ -53,8 +58,6 @@ private:
     [[noreturn]] static void fail(const std::string& reason) { throw ElfError(reason); }
 
     // ---- Segments ------------------------------------------------------------------------------
-
-    static bool isPowerOfTwo(uint64_t number) { return (number & (number - 1)) == 0; }
 
     void checkSegment(const segment_t& segment) {
         if (segment.p_type == PT_NULL) {
@@ -290,9 +293,10 @@ private:
             if (tag == DT_NULL) {
                 return;
             }
-            if (tag == DT_NEEDED) {
-                needed.push_back(entry.d_un.d_val);
+            if (tag == DT_NEEDED || tag == DT_AUXILIARY || tag == DT_FILTER) {
+                libraries.push_back(entry.d_un.d_val);
             } else {
+                twice = twice || dynamic.count(tag) != 0;
                 dynamic[tag] = entry.d_un.d_val;
             }
         }
@@ -316,24 +320,20 @@ private:
 
     void checkDynamic() const {
         checkNames();
-        checkTable(DT_RELA, DT_RELASZ, DT_RELAENT, sizeof(typename Elf::rela_t));
-        checkTable(DT_REL, DT_RELSZ, DT_RELENT, sizeof(typename Elf::rel_t));
-        checkTable(DT_JMPREL, DT_PLTRELSZ);
-        checkTable(DT_INIT_ARRAY, DT_INIT_ARRAYSZ);
-        checkTable(DT_FINI_ARRAY, DT_FINI_ARRAYSZ);
-        if (valueOf(DT_PLTREL).value_or(DT_REL) != DT_REL && *valueOf(DT_PLTREL) != DT_RELA) {
+        checkRelocations();
+        checkFunctions(DT_INIT_ARRAY, DT_INIT_ARRAYSZ, SHT_INIT_ARRAY);
+        checkFunctions(DT_FINI_ARRAY, DT_FINI_ARRAYSZ, SHT_FINI_ARRAY);
+        checkFunction(DT_INIT, ".init");
+        checkFunction(DT_FINI, ".fini");
+        checkHashes();
+        checkVersions();
+        const auto slots = valueOf(DT_PLTGOT);
+        if (slots && loadedAt(*slots, sizeof(word_t)) == nullptr) {
             failDynamic();
         }
-        if (!valueOf(DT_HASH) && !valueOf(DT_GNU_HASH)) {
-            failDynamic();
+        if (twice) {
+            fail("its dynamic table says something twice");
         }
-        checkSectionOf(DT_HASH, SHT_HASH);
-        checkSectionOf(DT_GNU_HASH, SHT_GNU_HASH);
-        checkSectionOf(DT_VERSYM, SHT_GNU_versym);
-        checkSectionOf(DT_VERNEED, SHT_GNU_verneed);
-        checkSectionOf(DT_VERDEF, SHT_GNU_verdef);
-        checkFunction(DT_INIT);
-        checkFunction(DT_FINI);
     }
 
     /// The symbols and their names are those of the sections, and every name is one of these.
@@ -352,7 +352,7 @@ private:
         for (size_t i = 0; i < table.size(); ++i) {
             checkName(table[i].st_name, text);
         }
-        for (const uint64_t name : needed) {
+        for (const uint64_t name : libraries) {
             checkName(name, text);
         }
         for (const int64_t tag : {DT_SONAME, DT_RPATH, DT_RUNPATH}) {
@@ -366,50 +366,247 @@ private:
         }
     }
 
-    void checkTable(int64_t addressTag, int64_t lengthTag) const {
+    // ---- Relocations ---------------------------------------------------------------------------
+
+    void checkRelocations() const {
+        checkTable(DT_RELA, DT_RELASZ, SHT_RELA);
+        checkTable(DT_REL, DT_RELSZ, SHT_REL);
+        checkTable(RELR, RELR_LENGTH, RELR_SECTION);
+        checkEntries(DT_RELA, DT_RELAENT, sizeof(typename Elf::rela_t));
+        checkEntries(DT_REL, DT_RELENT, sizeof(typename Elf::rel_t));
+        checkEntries(RELR, RELR_ENTRY, sizeof(word_t));
+        const uint64_t type = valueOf(DT_PLTREL).value_or(0);
+        if (valueOf(DT_JMPREL).has_value() != (type == DT_REL || type == DT_RELA)) {
+            failDynamic();
+        }
+        checkTable(DT_JMPREL, DT_PLTRELSZ, type == DT_RELA ? SHT_RELA : SHT_REL);
+        for (size_t i = 0; i < file.sections.size(); ++i) {
+            checkApplied(file.sections[i]);
+        }
+        checkRelative<typename Elf::rela_t>(DT_RELA, DT_RELASZ, DT_RELACOUNT);
+        checkRelative<typename Elf::rel_t>(DT_REL, DT_RELSZ, DT_RELCOUNT);
+    }
+
+    // Not in every system's elf.h.
+    static constexpr int64_t RELR_LENGTH = 35;
+    static constexpr int64_t RELR = 36;
+    static constexpr int64_t RELR_ENTRY = 37;
+    static constexpr uint32_t RELR_SECTION = 19;
+
+    /// Such a table is one or several sections as wholes.
+    void checkTable(int64_t addressTag, int64_t lengthTag, uint32_t type) const {
         const auto address = valueOf(addressTag);
         const auto length = valueOf(lengthTag);
-        if (address.has_value() != length.has_value() ||
-            (address && loadedAt(*address, *length) == nullptr)) {
+        if (address.has_value() != length.has_value()) {
             failDynamic();
         }
-    }
-
-    void checkTable(int64_t addressTag, int64_t lengthTag, int64_t entryTag,
-                    uint64_t entryLength) const {
-        checkTable(addressTag, lengthTag);
-        if (valueOf(addressTag)) {
-            need(entryTag, entryLength);
+        if (!address || *length == 0) {
+            return;
         }
-    }
-
-    /// Tables whose length is told in themselves are where a section is.
-    void checkSectionOf(int64_t tag, uint32_t type) const {
-        const auto address = valueOf(tag);
-        for (size_t i = 0; address && i < file.sections.size(); ++i) {
+        bool begins = false;
+        bool ends = false;
+        for (size_t i = 0; i < file.sections.size(); ++i) {
             const section_t section = file.sections[i];
-            if (section.sh_type == type && section.sh_addr == *address) {
-                return;
+            if (isLoaded(section) && section.sh_type == type) {
+                begins = begins || section.sh_addr == *address;
+                ends =
+                    ends || (section.sh_addr >= *address && section.sh_addr - *address <= *length &&
+                             section.sh_size == *length - (section.sh_addr - *address));
             }
         }
-        if (address) {
+        if (!begins || !ends || loadedAt(*address, *length) == nullptr) {
             failDynamic();
         }
     }
 
-    void checkFunction(int64_t tag) const {
+    void checkEntries(int64_t addressTag, int64_t lengthTag, uint64_t length) const {
+        if (valueOf(addressTag)) {
+            need(lengthTag, length);
+        }
+    }
+
+    /// A section with relocations is in one of the tables.
+    void checkApplied(const section_t& section) const {
+        if (isLoaded(section) && (section.sh_type == SHT_REL || section.sh_type == SHT_RELA) &&
+            !isWithin(section, DT_REL, DT_RELSZ) && !isWithin(section, DT_RELA, DT_RELASZ) &&
+            !isWithin(section, DT_JMPREL, DT_PLTRELSZ)) {
+            failDynamic();
+        }
+    }
+
+    bool isWithin(const section_t& section, int64_t addressTag, int64_t lengthTag) const {
+        const uint64_t address = valueOf(addressTag).value_or(ALL);
+        const uint64_t length = valueOf(lengthTag).value_or(0);
+        return section.sh_addr >= address && section.sh_addr - address <= length &&
+               section.sh_size <= length - (section.sh_addr - address);
+    }
+
+    /// As many at the begin as this says are of one kind and without a symbol.
+    template <class T>
+    void checkRelative(int64_t addressTag, int64_t lengthTag, int64_t countTag) const {
+        const uint64_t count = valueOf(countTag).value_or(0);
+        if (count == 0) {
+            return;
+        }
+        const uint64_t address = valueOf(addressTag).value_or(0);
+        const uint64_t length = valueOf(lengthTag).value_or(0);
+        if (count > length / sizeof(T)) {
+            failDynamic();
+        }
+        const ElfTable<T> table(loadedBytes(address, length));
+        const uint64_t info = table[0].r_info;
+        for (size_t i = 0; i < count; ++i) {
+            if (table[i].r_info != info) {
+                failDynamic();
+            }
+        }
+    }
+
+    // ---- What else the dynamic table points to -------------------------------------------------
+
+    static bool isLoaded(const section_t& section) {
+        return (section.sh_flags & SHF_ALLOC) != 0 && section.sh_size != 0;
+    }
+
+    ElfRange loadedBytes(uint64_t address, uint64_t length) const {
+        const segment_t* const load = loadedAt(address, length);
+        if (load == nullptr) {
+            failDynamic();
+        }
+        return file.range(load->p_offset + (address - load->p_vaddr), length,
+                          "one of its segments");
+    }
+
+    /// The section that an entry points to: there is one of this type exactly if there is the entry.
+    std::optional<section_t> sectionOf(int64_t tag, uint32_t type) const {
+        std::optional<section_t> found;
+        for (size_t i = 0; i < file.sections.size(); ++i) {
+            const section_t section = file.sections[i];
+            if (isLoaded(section) && section.sh_type == type) {
+                found = section;
+            }
+        }
+        const auto address = valueOf(tag);
+        if (found.has_value() != address.has_value() || (found && found->sh_addr != *address)) {
+            failDynamic();
+        }
+        return found;
+    }
+
+    ElfRange bytesOf(const section_t& section) const {
+        return file.range(section.sh_offset, section.sh_size, "one of its sections");
+    }
+
+    void checkFunctions(int64_t addressTag, int64_t lengthTag, uint32_t type) const {
+        const auto section = sectionOf(addressTag, type);
+        if (section) {
+            need(lengthTag, section->sh_size);
+        }
+    }
+
+    /// It is what the section of this name begins with, where there is one.
+    void checkFunction(int64_t tag, const char* name) const {
         const auto address = valueOf(tag);
         const segment_t* const load = address ? loadedAt(*address, 1) : nullptr;
         if (address && (load == nullptr || (load->p_flags & PF_X) == 0)) {
             failDynamic();
         }
+        const ElfRange names = file.bytesOf(file.sectionNames());
+        for (size_t i = 0; address && i < file.sections.size(); ++i) {
+            const section_t section = file.sections[i];
+            if (isNameAt(names, section.sh_name, name) && section.sh_addr != *address) {
+                failDynamic();
+            }
+        }
+    }
+
+    void checkHashes() const {
+        const section_t symbols = file.dynamicSymbols();
+        const auto table = file.symbolsOf(symbols);
+        const auto hash = sectionOf(DT_HASH, SHT_HASH);
+        const auto gnuHash = sectionOf(DT_GNU_HASH, SHT_GNU_HASH);
+        if (gnuHash) {
+            GnuHash<Elf>(bytesOf(*gnuHash), table, file.bytesOf(file.namesOf(symbols))).check();
+        }
+        // The entries have another length on a few machines.
+        if (hash && hash->sh_entsize == sizeof(uint64_t)) {
+            checkOldHash(ElfTable<uint64_t>(bytesOf(*hash)), table.size());
+        } else if (hash) {
+            checkOldHash(ElfTable<uint32_t>(bytesOf(*hash)), table.size());
+        } else if (!gnuHash) {
+            failDynamic();
+        }
+    }
+
+    void checkVersions() const {
+        const section_t symbols = file.dynamicSymbols();
+        const auto needed = sectionOf(DT_VERNEED, SHT_GNU_verneed);
+        const auto defined = sectionOf(DT_VERDEF, SHT_GNU_verdef);
+        const auto versions = sectionOf(DT_VERSYM, SHT_GNU_versym);
+        ElfVersions known(file.bytesOf(file.namesOf(symbols)), libraries);
+        if (needed) {
+            known.addNeeded(bytesOf(*needed), valueOf(DT_VERNEEDNUM).value_or(0));
+        }
+        if (defined) {
+            known.addDefined(bytesOf(*defined), valueOf(DT_VERDEFNUM).value_or(0));
+        }
+        if (versions) {
+            known.check(bytesOf(*versions), file.symbolsOf(symbols).size());
+        } else if (needed || defined) {
+            failDynamic();
+        }
+    }
+
+    // ---- Symbols -------------------------------------------------------------------------------
+
+    void checkSymbols() const {
+        const section_t section = file.dynamicSymbols();
+        const auto symbols = file.symbolsOf(section);
+        for (size_t i = 1; i < symbols.size(); ++i) {
+            const symbol_t symbol = symbols[i];
+            const bool local = ELF64_ST_BIND(symbol.st_info) == STB_LOCAL;
+            if (local != (i < section.sh_info) || !isInItsSection(symbol)) {
+                fail("one of its symbols is not where it belongs");
+            }
+        }
+    }
+
+    bool isInItsSection(const symbol_t& symbol) const {
+        if (symbol.st_shndx == SHN_UNDEF) {
+            // With another visibility it would be taken as defined in this file.
+            return ELF64_ST_VISIBILITY(symbol.st_other) == STV_DEFAULT;
+        }
+        if (symbol.st_shndx >= SHN_LORESERVE) {
+            return true;
+        }
+        if (symbol.st_shndx >= file.sections.size()) {
+            return false;
+        }
+        const section_t section = file.sections[symbol.st_shndx];
+        const unsigned type = ELF64_ST_TYPE(symbol.st_info);
+        if (type == STT_TLS) {
+            return threadData && symbol.st_value <= threadData->p_memsz &&
+                   symbol.st_size <= threadData->p_memsz - symbol.st_value;
+        }
+        const bool code = type == STT_FUNC || type == STT_GNU_IFUNC;
+        // Of a function the lowest bit may tell the kind of its instructions.
+        const uint64_t mark = code && file.header.e_machine == EM_ARM ? symbol.st_value & 1U : 0;
+        const uint64_t address = symbol.st_value - mark;
+        if (address < section.sh_addr || (code && (section.sh_flags & SHF_EXECINSTR) == 0)) {
+            return false;
+        }
+        // What has no type may mark the end of a section, or the first round address behind it.
+        const uint64_t within = address - section.sh_addr;
+        return (!code && type != STT_OBJECT) ||
+               (within <= section.sh_size && symbol.st_size <= section.sh_size - within);
     }
 
     const ElfFile<Elf> file;
     std::vector<segment_t> loads;
     std::optional<segment_t> threadData;
     std::map<int64_t, uint64_t> dynamic;  ///< the last entry of each tag, as the loader takes it
-    std::vector<uint64_t> needed;         ///< names of libraries
+    bool twice = false;                   ///< whether there was another one
+    std::vector<uint64_t> libraries;      ///< their names
 };
 
 }  // namespace vek::program

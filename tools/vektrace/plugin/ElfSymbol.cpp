@@ -5,6 +5,8 @@
 
 #include <cstddef>
 #include <cstring>
+#include <optional>
+#include <vector>
 
 #include "tools/vektrace/plugin/ElfFile.h"
 #include "tools/vektrace/plugin/ElfLayout.h"
@@ -19,9 +21,29 @@ public:
     explicit SymbolReader(const byteVec_t& bytes) : file(bytes) {}
 
     byteVec_t read(const std::string& name) const {
-        const symbol_t symbol = find(name);
-        const ElfRange bytes = loaded(symbol.st_value, symbol.st_size);
-        return byteVec_t(bytes.data, bytes.data + bytes.length);
+        for (const symbol_t& symbol : exported(name)) {
+            if (ELF64_ST_TYPE(symbol.st_info) == STT_OBJECT) {
+                const ElfRange bytes = loaded(symbol.st_value, symbol.st_size);
+                return byteVec_t(bytes.data, bytes.data + bytes.length);
+            }
+        }
+        failMissing(name);
+    }
+
+    void needFunction(const std::string& name) const {
+        const std::vector<symbol_t> symbols = exported(name);
+        if (symbols.empty()) {
+            failMissing(name);
+        }
+        for (const symbol_t& symbol : symbols) {
+            if (ELF64_ST_TYPE(symbol.st_info) != STT_FUNC) {
+                throw ElfError("its " + name + " is not a function");
+            }
+            const auto segment = loader(symbol.st_value, 1);
+            if (!segment || (segment->p_flags & PF_X) == 0) {
+                throw ElfError("its " + name + " is not in its code");
+            }
+        }
     }
 
 private:
@@ -29,39 +51,53 @@ private:
     using section_t = typename Elf::section_t;
     using symbol_t = typename Elf::symbol_t;
 
-    symbol_t find(const std::string& name) const {
-        const section_t table = file.dynamicSymbols();
-        const ElfTable<symbol_t> symbols = file.symbolsOf(table);
-        const ElfRange names = file.bytesOf(file.namesOf(table));
-        for (size_t i = 0; i < symbols.size(); ++i) {
-            const symbol_t symbol = symbols[i];
-            if (isDefinedObject(symbol) && isNameAt(names, symbol.st_name, name)) {
-                return symbol;
-            }
-        }
+    [[noreturn]] static void failMissing(const std::string& name) {
         throw ElfError("it does not export " + name);
     }
 
-    static bool isDefinedObject(const symbol_t& symbol) {
-        // The macros for 64 bits are the ones for 32 bits.
-        const int binding = ELF64_ST_BIND(symbol.st_info);
-        return symbol.st_shndx != SHN_UNDEF && ELF64_ST_TYPE(symbol.st_info) == STT_OBJECT &&
-               (binding == STB_GLOBAL || binding == STB_WEAK);
+    /// More than one where they have versions.
+    std::vector<symbol_t> exported(const std::string& name) const {
+        const section_t table = file.dynamicSymbols();
+        const ElfTable<symbol_t> symbols = file.symbolsOf(table);
+        const ElfRange names = file.bytesOf(file.namesOf(table));
+        std::vector<symbol_t> found;
+        for (size_t i = 0; i < symbols.size(); ++i) {
+            const symbol_t symbol = symbols[i];
+            if (isExported(symbol) && isNameAt(names, symbol.st_name, name)) {
+                found.push_back(symbol);
+            }
+        }
+        return found;
     }
 
-    /// What is loaded from the file to `address`.
-    ElfRange loaded(uint64_t address, uint64_t length) const {
+    static bool isExported(const symbol_t& symbol) {
+        // The macros for 64 bits are the ones for 32 bits.
+        const int binding = ELF64_ST_BIND(symbol.st_info);
+        return symbol.st_shndx != SHN_UNDEF && (binding == STB_GLOBAL || binding == STB_WEAK);
+    }
+
+    /// The segment that is loaded from the file to these addresses, if there is one.
+    std::optional<segment_t> loader(uint64_t address, uint64_t length) const {
         for (size_t i = 0; i < file.segments.size(); ++i) {
             const segment_t segment = file.segments[i];
             if (segment.p_type == PT_LOAD && address >= segment.p_vaddr &&
                 address - segment.p_vaddr <= segment.p_filesz &&
                 length <= segment.p_filesz - (address - segment.p_vaddr)) {
-                const ElfRange bytes =
-                    file.range(segment.p_offset, segment.p_filesz, "one of its segments");
-                return {bytes.data + (address - segment.p_vaddr), static_cast<size_t>(length)};
+                return segment;
             }
         }
-        throw ElfError("the object is not in the file");
+        return std::nullopt;
+    }
+
+    /// What is loaded from the file to `address`.
+    ElfRange loaded(uint64_t address, uint64_t length) const {
+        const auto segment = loader(address, length);
+        if (!segment) {
+            throw ElfError("the object is not in the file");
+        }
+        const ElfRange bytes =
+            file.range(segment->p_offset, segment->p_filesz, "one of its segments");
+        return {bytes.data + (address - segment->p_vaddr), static_cast<size_t>(length)};
     }
 
     const ElfFile<Elf> file;
@@ -102,6 +138,15 @@ byteVec_t readElfObject(const byteVec_t& file, const std::string& name, const El
     checkMachine(file, machine);
     return machine.wordClass == ELFCLASS32 ? SymbolReader<Elf32>(file).read(name)
                                            : SymbolReader<Elf64>(file).read(name);
+}
+
+void needElfFunction(const byteVec_t& file, const std::string& name, const ElfMachine& machine) {
+    checkMachine(file, machine);
+    if (machine.wordClass == ELFCLASS32) {
+        SymbolReader<Elf32>(file).needFunction(name);
+    } else {
+        SymbolReader<Elf64>(file).needFunction(name);
+    }
 }
 
 void checkElfLayout(const byteVec_t& file, const ElfMachine& machine) {

@@ -39,10 +39,14 @@ ElfMachine hostMachine();
 /// whose byte order is the host's, or has no such object.
 byteVec_t readElfObject(const byteVec_t& file, const std::string& name, const ElfMachine& machine);
 
+/// Throws ElfError where `file` does not export a function under `name`: one in code that is loaded,
+/// and not one that the loader itself would call to learn the address of another.
+void needElfFunction(const byteVec_t& file, const std::string& name, const ElfMachine& machine);
+
 /// Throws ElfError where the headers of `file` do not fit the file, or each other, so that loading it
 /// might end the process: segments beyond the file or over each other, sections that no segment
-/// brings to where they belong, and a dynamic table that points elsewhere. Code and relocations are
-/// not looked at.
+/// brings to where they belong, a dynamic table that points elsewhere, and symbols, hashes and
+/// versions that do not fit each other. Code, data and the relocations themselves are not looked at.
 void checkElfLayout(const byteVec_t& file, const ElfMachine& machine);
 
 }  // namespace vek::program

@@ -64,6 +64,7 @@ byteVec_t readInfo(const std::string& path) {
     try {
         const byteVec_t file = readWhole(path);
         byteVec_t info = readElfObject(file, INFO, hostMachine());
+        needElfFunction(file, REGISTER, hostMachine());
         checkElfLayout(file, hostMachine());
         return info;
     } catch (const ElfError& e) {
