@@ -243,8 +243,8 @@ class Corruption(PluginCase):
         return [struct.unpack_from(order + code, self.good, offset)[0] for code in "HIQ"]
 
     def tables(self):
-        """Where what the loader follows lies: the dynamic table, hashes, symbols and versions."""
-        kinds = 5, 6, 11, 0x6FFFFFF6, 0x6FFFFFFD, 0x6FFFFFFE, 0x6FFFFFFF
+        """Where what the loader follows lies: the dynamic table, hashes and versions."""
+        kinds = 5, 6, 0x6FFFFFF6, 0x6FFFFFFD, 0x6FFFFFFE, 0x6FFFFFFF
         wide = self.good[4] == 2
         begin = self.words(0x28)[2] if wide else self.words(0x20)[1]
         entry = self.words(0x3A if wide else 0x2E)[0]
@@ -294,7 +294,7 @@ class Corruption(PluginCase):
     def test_bytes_of_the_tables_that_the_loader_follows_may_be_anything(self):
         random = Random(3)
         places = self.tables()
-        self.assertGreater(len(places), 1000)
+        self.assertGreater(len(places), 300)
         for _ in range(300):
             data = bytearray(self.good)
             place = random.choice(places)
