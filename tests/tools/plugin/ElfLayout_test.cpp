@@ -180,6 +180,17 @@ TEST(ElfLayout, IsRefusedWithSegmentsThatCannotBeLoaded) {
               reason);
 }
 
+TEST(ElfLayout, IsRefusedWhereItTakesMoreMemoryThanAnyPluginDoes) {
+    if (sizeof(segment_t::p_memsz) == sizeof(uint32_t)) {
+        GTEST_SKIP() << "no address space is so large";
+    }
+    const auto enlarge = [](segment_t& segment) {
+        segment.p_memsz += static_cast<decltype(segment.p_memsz)>(0x10000000000);
+    };
+    EXPECT_EQ(refusalOfSegment(PT_LOAD, enlarge, File().count(PT_LOAD) - 1),
+              "it takes more than 4 GiB of memory");
+}
+
 TEST(ElfLayout, IsRefusedWithSegmentsOverEachOther) {
     EXPECT_EQ(refusalOfSegment(PT_LOAD, [](segment_t& segment) { segment.p_memsz += 1 << 20; }),
               "its segments overlap");

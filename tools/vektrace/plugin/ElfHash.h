@@ -42,9 +42,9 @@ public:
     void check() const {
         size_t chains = 0;
         bool ended = true;
-        uint64_t bucket = 0;
+        size_t bucket = 0;
         for (size_t i = 0; i < hashes.size(); ++i) {
-            const uint64_t hash = hashOf(symbols[first + i].st_name);
+            const uint32_t hash = hashOf(symbols[first + i].st_name);
             needHash((hash | 1U) == (hashes[i] | 1U) && isInFilter(hash));
             if (ended) {
                 bucket = hash % buckets.size();
@@ -70,17 +70,17 @@ private:
         return part;
     }
 
-    uint64_t hashOf(uint32_t name) const {
+    uint32_t hashOf(uint32_t name) const {
         constexpr uint64_t ALL = 0xFFFFFFFF;
         uint64_t hash = 5381;
         for (const uint8_t* c = names.data + name; *c != 0; ++c) {
             hash = (hash * 33 + *c) & ALL;
         }
-        return hash;
+        return static_cast<uint32_t>(hash);
     }
 
-    bool isInFilter(uint64_t hash) const {
-        constexpr uint64_t BITS = 8 * sizeof(word_t);
+    bool isInFilter(uint32_t hash) const {
+        constexpr size_t BITS = 8 * sizeof(word_t);
         const uint64_t word = filter[(hash / BITS) & (filter.size() - 1)];
         return ((word >> hash % BITS) & (word >> (hash >> shift) % BITS) & 1U) != 0;
     }

@@ -85,6 +85,15 @@ private:
             }
         }
         loads.push_back(segment);
+        checkMemory(segment.p_vaddr - loads.front().p_vaddr, segment.p_memsz);
+    }
+
+    /// Some systems reserve what is asked for page by page, which may take very long.
+    static void checkMemory(uint64_t before, uint64_t length) {
+        constexpr uint64_t MOST = 0x100000000;
+        if (before > MOST || length > MOST - before) {
+            fail("it takes more than 4 GiB of memory");
+        }
     }
 
     void addThreadData(const segment_t& segment) {
@@ -93,6 +102,7 @@ private:
             segment.p_memsz > ALL - segment.p_vaddr) {
             fail("its data of threads cannot be loaded");
         }
+        checkMemory(0, segment.p_memsz);
         threadData = segment;
     }
 
