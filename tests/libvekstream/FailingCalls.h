@@ -156,9 +156,18 @@ VEK_REPLACED int link(const char* from, const char* to) noexcept {
     return calls::fail("link") ? -1 : calls::naming(original(from, to));
 }
 
+// What these are called where file offsets have 64 bits, and where times have as many besides.
+#if defined __USE_TIME_BITS64 && __TIMESIZE == 32
+#define VEK_STAT "__stat64_time64"
+#define VEK_FSTAT "__fstat64_time64"
+#else
+#define VEK_STAT "stat64"
+#define VEK_FSTAT "fstat64"
+#endif
+
 VEK_REPLACED int stat(const char* path, struct stat* status) noexcept {
     static auto* const original =
-        calls::original(static_cast<int (*)(const char*, struct stat*)>(&::stat), "stat64");
+        calls::original(static_cast<int (*)(const char*, struct stat*)>(&::stat), VEK_STAT);
     const int result = calls::fail("stat") ? -1 : original(path, status);
     if (calls::plan != nullptr && calls::plan->mode != 0) {
         status->st_mode = calls::plan->mode;
@@ -167,7 +176,7 @@ VEK_REPLACED int stat(const char* path, struct stat* status) noexcept {
 }
 
 VEK_REPLACED int fstat(int fd, struct stat* status) noexcept {
-    static auto* const original = calls::original(&::fstat, "fstat64");
+    static auto* const original = calls::original(&::fstat, VEK_FSTAT);
     return calls::fail("fstat") ? -1 : original(fd, status);
 }
 
@@ -186,4 +195,6 @@ VEK_REPLACED int poll(pollfd* asked, nfds_t count, int patience) {
     return calls::fail("poll") ? -1 : original(asked, count, patience);
 }
 
+#undef VEK_FSTAT
+#undef VEK_STAT
 #undef VEK_REPLACED
