@@ -177,8 +177,16 @@ std::string oldRefusal(const std::function<void(std::vector<Entry>&)>& spoil) {
 template <class Entry>
 class OldHashes : public testing::Test {};
 
+class EntryNames {
+public:
+    template <class Entry>
+    static std::string GetName(int) {
+        return sizeof(Entry) == sizeof(uint32_t) ? "Of32Bits" : "Of64Bits";
+    }
+};
+
 using entries_t = testing::Types<uint32_t, uint64_t>;
-TYPED_TEST_SUITE(OldHashes, entries_t);
+TYPED_TEST_SUITE(OldHashes, entries_t, EntryNames);
 
 }  // namespace
 
