@@ -10,7 +10,9 @@
 ///     }
 ///
 /// The program reads the first one out of the file, before any code of the plugin runs, and refuses
-/// the plugin where it does not fit. It never unloads a plugin.
+/// the plugin where it does not fit. Then it tries the plugin in a child process without input and
+/// output: it loads it, calls the function and gives each creator a record without payload. Only
+/// where this ends well, within 10 seconds, it does the same itself. It never unloads a plugin.
 ///
 /// Program and plugin share one libvektrace. A plugin is linked with the shared library if that is
 /// what the program uses. A program that is linked statically offers the whole library to its
@@ -70,8 +72,8 @@ struct TracePluginRegistry {
 
 extern "C" {
 
-/// What a plugin defines: a constant, and a function that is called once, before other threads use
-/// libvektrace.
+/// What a plugin defines: a constant, and a function that is called once in a process, before other
+/// threads use libvektrace.
 /// @{
 extern VEK_EXPORT const TracePluginInfo vektracePluginInfo;
 VEK_EXPORT void vektraceRegisterMessages(const TracePluginRegistry& registry) noexcept;

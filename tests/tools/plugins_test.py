@@ -162,6 +162,38 @@ class Checking(PluginCase):
         os.mkfifo(self.path("pipe.so"))
         self.assertEqual(self.refused("pipe.so"), "not a regular file")
 
+    def test_one_that_ends_the_process_is_refused(self):
+        self.write("a.vkt", record(STARTUP, BEGIN))
+        for ending, reason in (
+            ("", None),
+            ("abort", "loading it ends the process: Aborted"),
+            ("exit", "loading it ends the process"),
+            ("decode", "loading it ends the process: Aborted"),
+        ):
+            arguments = ("dump", "--plugin", plugin("ending"), "a.vkt")
+            result = self.run_program(*arguments, env=environment(ENDING=ending))
+            if reason is None:
+                self.assertEqual((result.status, len(result.lines)), (0, 1))
+            else:
+                self.assertEqual((result.status, result.out), (1, b""), ending)
+                complaint = f"vektrace: {plugin('ending')}: {reason}\n"
+                self.assertEqual(result.complaint, complaint)
+
+    def test_a_segment_for_which_only_its_address_counts_may_lie_anywhere_in_the_file(self):
+        # Some linkers write 0 for the place of what is made read-only.
+        with open(plugin("ping"), "rb") as file:
+            data = bytearray(file.read())
+        wide = data[4] == 2
+        word, length = (ORDER + "Q", 56) if wide else (ORDER + "I", 32)
+        begin = struct.unpack_from(word, data, 0x20 if wide else 0x1C)[0]
+        count = struct.unpack_from(ORDER + "H", data, 0x38 if wide else 0x2C)[0]
+        segments = range(begin, begin + length * count, length)
+        kinds = [struct.unpack_from(ORDER + "I", data, segment)[0] for segment in segments]
+        read_only = segments[kinds.index(0x6474E552)]
+        struct.pack_into(word, data, read_only + (8 if wide else 4), 0)
+        path = self.write("x.so", bytes(data))
+        self.run_program("plugins", "--plugin", path, expect=0)
+
     def test_nothing_is_done_when_one_of_the_plugins_is_refused(self):
         self.write("a.vkt", record(STARTUP, BEGIN))
         result = self.run_program(

@@ -126,6 +126,22 @@ protected:
             return e.what();
         }
     }
+
+    /// The same for a section with all that the segment loads.
+    static std::string sectionRefusal(const std::function<void(Parts<Elf>&)>& spoil) {
+        Parts<Elf> parts;
+        parts.sections[0].sh_type = SHT_PROGBITS;
+        parts.sections[0].sh_flags = SHF_ALLOC;
+        parts.sections[0].sh_addr = BASE;
+        parts.sections[0].sh_size = sizeof DATA;
+        spoil(parts);
+        try {
+            needElfSections(parts.file(), {Elf::NUMBER, hostMachine().byteOrder, MACHINE});
+            return "it was taken";
+        } catch (const ElfError& e) {
+            return e.what();
+        }
+    }
 };
 
 using classes_t = testing::Types<Class32, Class64>;
@@ -229,6 +245,33 @@ TYPED_TEST(ElfSymbol, RefusesAFunctionThatIsNotInCode) {
     EXPECT_EQ(this->functionRefusal([](parts_t& p) { p.symbols[1].st_value = BASE + 4; }),
               elsewhere);
     EXPECT_EQ(this->functionRefusal([](parts_t& p) { p.segments[1].p_type = PT_NOTE; }), elsewhere);
+}
+
+TYPED_TEST(ElfSymbol, TakesSectionsThatAreLoaded) {
+    EXPECT_EQ(this->sectionRefusal([](Parts<TypeParam>&) {}), "it was taken");
+}
+
+TYPED_TEST(ElfSymbol, RefusesASectionOfWhichNotAllIsLoaded) {
+    using parts_t = Parts<TypeParam>;
+    const char* const missing = "its segments do not load all of its sections";
+    EXPECT_EQ(this->sectionRefusal([](parts_t& p) { --p.segments[1].p_filesz; }), missing);
+    EXPECT_EQ(this->sectionRefusal([](parts_t& p) { --p.sections[0].sh_addr; }), missing);
+    EXPECT_EQ(this->sectionRefusal([](parts_t& p) { ++p.sections[0].sh_addr; }), missing);
+    EXPECT_EQ(this->sectionRefusal([](parts_t& p) { p.segments[1].p_type = PT_NOTE; }), missing);
+}
+
+TYPED_TEST(ElfSymbol, TakesASectionThatIsNotLoadedWhereNothingOfItIsNeeded) {
+    using parts_t = Parts<TypeParam>;
+    const auto elsewhere = [](parts_t& p) { p.sections[0].sh_addr = BASE - 1; };
+    const auto taken = [&](const std::function<void(parts_t&)>& change) {
+        return this->sectionRefusal([&](parts_t& p) {
+            elsewhere(p);
+            change(p);
+        });
+    };
+    EXPECT_EQ(taken([](parts_t& p) { p.sections[0].sh_flags = SHF_WRITE; }), "it was taken");
+    EXPECT_EQ(taken([](parts_t& p) { p.sections[0].sh_type = SHT_NOBITS; }), "it was taken");
+    EXPECT_EQ(taken([](parts_t& p) { p.sections[0].sh_size = 0; }), "it was taken");
 }
 
 TYPED_TEST(ElfSymbol, RefusesTablesThatReachBeyondTheFile) {

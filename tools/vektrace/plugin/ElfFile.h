@@ -15,25 +15,17 @@
 namespace vek::program {
 
 struct Elf32 {
-    using word_t = Elf32_Addr;
     using header_t = Elf32_Ehdr;
     using segment_t = Elf32_Phdr;
     using section_t = Elf32_Shdr;
     using symbol_t = Elf32_Sym;
-    using dynamic_t = Elf32_Dyn;
-    using rel_t = Elf32_Rel;
-    using rela_t = Elf32_Rela;
 };
 
 struct Elf64 {
-    using word_t = Elf64_Addr;
     using header_t = Elf64_Ehdr;
     using segment_t = Elf64_Phdr;
     using section_t = Elf64_Shdr;
     using symbol_t = Elf64_Sym;
-    using dynamic_t = Elf64_Dyn;
-    using rel_t = Elf64_Rel;
-    using rela_t = Elf64_Rela;
 };
 
 /// Part of the file, all of which is there.
@@ -41,14 +33,6 @@ struct ElfRange {
     const uint8_t* data;
     size_t length;
 };
-
-/// The one place that decides whether bytes are there.
-inline ElfRange partOf(const ElfRange& whole, uint64_t offset, uint64_t length, const char* what) {
-    if (offset > whole.length || length > whole.length - offset) {
-        throw ElfError(std::string(what) + " reaches beyond the end of the file");
-    }
-    return {whole.data + offset, static_cast<size_t>(length)};
-}
 
 /// Entries of a table that is in the file.
 template <class T>
@@ -80,8 +64,8 @@ public:
     using symbol_t = typename Elf::symbol_t;
 
     /// Throws ElfError where it is no shared object, or its tables are not in it.
-    explicit ElfFile(const byteVec_t& _bytes)
-        : bytes(_bytes), header(ElfTable<header_t>(range(0, sizeof(header_t), "its header"))[0]) {
+    explicit ElfFile(const byteVec_t& _bytes) : bytes(_bytes) {
+        const header_t header = ElfTable<header_t>(range(0, sizeof(header_t), "its header"))[0];
         if (header.e_type != ET_DYN) {
             throw ElfError("not a shared object");
         }
@@ -91,8 +75,12 @@ public:
                                     "its table of sections");
     }
 
+    /// The one place that decides whether bytes are there.
     ElfRange range(uint64_t offset, uint64_t length, const char* what) const {
-        return partOf({bytes.data(), bytes.size()}, offset, length, what);
+        if (offset > bytes.size() || length > bytes.size() - offset) {
+            throw ElfError(std::string(what) + " reaches beyond the end of the file");
+        }
+        return {bytes.data() + offset, static_cast<size_t>(length)};
     }
 
     /// A table whose entries must have the length that the format gives them.
@@ -130,14 +118,6 @@ public:
         return sections[symbols.sh_link];
     }
 
-    /// The section of the names of sections.
-    section_t sectionNames() const {
-        if (header.e_shstrndx >= sections.size()) {
-            throw ElfError("its sections have no names");
-        }
-        return sections[header.e_shstrndx];
-    }
-
     ElfRange bytesOf(const section_t& names) const {
         return range(names.sh_offset, names.sh_size, "its table of names");
     }
@@ -146,16 +126,8 @@ private:
     const byteVec_t& bytes;
 
 public:
-    const header_t header;
     ElfTable<segment_t> segments;
     ElfTable<section_t> sections;
 };
-
-/// Whether the name at `offset` of a table of names is `name`, with the 0 that ends it.
-inline bool isNameAt(const ElfRange& names, uint64_t offset, const std::string& name) {
-    const size_t length = name.size() + 1;
-    return offset <= names.length && length <= names.length - offset &&
-           std::memcmp(names.data + offset, name.c_str(), length) == 0;
-}
 
 }  // namespace vek::program

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "tools/vektrace/plugin/ElfFile.h"
-#include "tools/vektrace/plugin/ElfLayout.h"
 
 namespace vek::program {
 
@@ -28,6 +27,16 @@ public:
             }
         }
         failMissing(name);
+    }
+
+    void needSections() const {
+        for (size_t i = 0; i < file.sections.size(); ++i) {
+            const section_t section = file.sections[i];
+            if ((section.sh_flags & SHF_ALLOC) != 0 && section.sh_type != SHT_NOBITS &&
+                section.sh_size != 0 && !loader(section.sh_addr, section.sh_size)) {
+                throw ElfError("its segments do not load all of its sections");
+            }
+        }
     }
 
     void needFunction(const std::string& name) const {
@@ -68,6 +77,13 @@ private:
             }
         }
         return found;
+    }
+
+    /// Whether the name at `offset` of a table of names is `name`, with the 0 that ends it.
+    static bool isNameAt(const ElfRange& names, uint64_t offset, const std::string& name) {
+        const size_t length = name.size() + 1;
+        return offset <= names.length && length <= names.length - offset &&
+               std::memcmp(names.data + offset, name.c_str(), length) == 0;
     }
 
     static bool isExported(const symbol_t& symbol) {
@@ -149,12 +165,12 @@ void needElfFunction(const byteVec_t& file, const std::string& name, const ElfMa
     }
 }
 
-void checkElfLayout(const byteVec_t& file, const ElfMachine& machine) {
+void needElfSections(const byteVec_t& file, const ElfMachine& machine) {
     checkMachine(file, machine);
     if (machine.wordClass == ELFCLASS32) {
-        ElfLayout<Elf32>(file).check();
+        SymbolReader<Elf32>(file).needSections();
     } else {
-        ElfLayout<Elf64>(file).check();
+        SymbolReader<Elf64>(file).needSections();
     }
 }
 

@@ -2,8 +2,7 @@
 /// Reads what a shared object exports out of its file, without loading it.
 ///
 /// Loading runs the initialisers of an object, so what it says of itself must be read before. Bytes
-/// from a file are not to be trusted: whatever they are, nothing beyond them is read. The system's
-/// loader does trust them, so whether they fit together must be known before it is asked.
+/// from a file are not to be trusted: whatever they are, nothing beyond them is read.
 #pragma once
 
 #include <cstdint>
@@ -43,10 +42,8 @@ byteVec_t readElfObject(const byteVec_t& file, const std::string& name, const El
 /// and not one that the loader itself would call to learn the address of another.
 void needElfFunction(const byteVec_t& file, const std::string& name, const ElfMachine& machine);
 
-/// Throws ElfError where the headers of `file` do not fit the file, or each other, so that loading it
-/// might end the process: segments beyond the file or over each other, sections that no segment
-/// brings to where they belong, a dynamic table that points elsewhere, and symbols, hashes and
-/// versions that do not fit each other. Code, data and the relocations themselves are not looked at.
-void checkElfLayout(const byteVec_t& file, const ElfMachine& machine);
+/// Throws ElfError where a section with code or data is not in a segment that is loaded: the loader,
+/// which knows no sections, would put 0 in its place.
+void needElfSections(const byteVec_t& file, const ElfMachine& machine);
 
 }  // namespace vek::program

@@ -10,9 +10,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <exception>
 #include <string_view>
 
 #include "tools/vektrace/plugin/ElfSymbol.h"
+#include "tools/vektrace/plugin/trial.h"
 #include "tools/vektrace/program/FileDescriptor.h"
 
 namespace vek::program {
@@ -65,7 +67,7 @@ byteVec_t readInfo(const std::string& path) {
         const byteVec_t file = readWhole(path);
         byteVec_t info = readElfObject(file, INFO, hostMachine());
         needElfFunction(file, REGISTER, hostMachine());
-        checkElfLayout(file, hostMachine());
+        needElfSections(file, hostMachine());
         return info;
     } catch (const ElfError& e) {
         throw PluginError(e.what());
@@ -153,18 +155,54 @@ bool registerMessage(void* loader, msgid_t id, pCreatorFunction creator) {
     return added;
 }
 
-}  // namespace
-
-Plugin loadPlugin(const std::string& path) {
-    const byteVec_t info = readInfo(path);
-    Plugin plugin = describePlugin(info);
-    void* const object = load(explicitPath(path));
+/// Loads what has said `info` of itself, and has it register its messages for `plugin`.
+void loadInto(Plugin& plugin, const std::string& path, const byteVec_t& info) {
+    void* const object = load(path);
     if (std::memcmp(symbolOf(object, INFO), info.data(), info.size()) != 0) {
         throw PluginError("another file when it was loaded than when it was read");
     }
     using register_t = decltype(&vektraceRegisterMessages);
     const auto registerMessages = reinterpret_cast<register_t>(symbolOf(object, REGISTER));
     registerMessages({&plugin, &registerMessage});
+}
+
+/// Decodes a record without payload, as any trace may bring one.
+void decodeHeader(msgid_t id) {
+    byteVec_t record(MessageBase::MO_BASE_DERIVED);
+    uint16ToByteArray(&record[MessageBase::MO_MSGSIZE],
+                      MessageBase::MO_BASE_DERIVED - MessageBase::MO_MSGID);
+    uint16ToByteArray(&record[MessageBase::MO_MSGID], static_cast<uint16_t>(id));
+    try {
+        delete MessageBase::readFromByteArray(record.data(), record.size());
+    } catch (const std::exception&) {
+        return;
+    }
+}
+
+/// Far more than any plugin needs.
+constexpr unsigned LOADING_SECONDS = 10;
+
+/// All that the program will do with it, as the system's loader trusts a file, and a damaged one
+/// may end the process at any of these steps.
+void tryPlugin(Plugin plugin, const std::string& path, const byteVec_t& info) {
+    loadInto(plugin, path, info);
+    for (const msgid_t id : plugin.identifiers) {
+        decodeHeader(id);
+    }
+}
+
+}  // namespace
+
+Plugin loadPlugin(const std::string& path) {
+    const byteVec_t info = readInfo(path);
+    Plugin plugin = describePlugin(info);
+    const std::string name = explicitPath(path);
+    try {
+        runOnTrial([&] { tryPlugin(plugin, name, info); }, LOADING_SECONDS);
+    } catch (const TrialError& e) {
+        throw PluginError(std::string("loading it ") + e.what());
+    }
+    loadInto(plugin, name, info);
     return plugin;
 }
 

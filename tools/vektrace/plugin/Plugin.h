@@ -26,7 +26,7 @@ class PluginError : public std::runtime_error {
 
 /// Reads, checks and loads `path`, which is a file's name and nothing else: no folders are
 /// searched. None of the plugin's code runs, its initialisers included, unless what it says of
-/// itself fits. It stays loaded. Throws PluginError, and Failure where the file cannot be opened.
+/// itself fits; then all of it is tried in a child process first. It stays loaded. Throws PluginError, and Failure where the file cannot be opened.
 Plugin loadPlugin(const std::string& path);
 
 /// What the bytes of a plugin's TracePluginInfo say. Throws PluginError where it does not fit.

@@ -1,0 +1,21 @@
+/// @file
+/// Runs what may end the process, or never end, in another process first.
+#pragma once
+
+#include <functional>
+#include <stdexcept>
+
+namespace vek::program {
+
+/// What was tried did not end well; what() is what it does, as "takes too long".
+class TrialError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Runs `task`, and what is to be done at the end of a process, in a child process. This one has no
+/// input, its output is thrown away, and it is ended after `seconds`, which are not 0. Throws
+/// TrialError where a signal or a call ends it before, and where there cannot be one. An exception
+/// that leaves `task` is no such end: who does the same again here meets it again.
+void runOnTrial(const std::function<void()>& task, unsigned seconds);
+
+}  // namespace vek::program
