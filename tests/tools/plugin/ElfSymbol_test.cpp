@@ -136,7 +136,7 @@ protected:
         parts.sections[0].sh_size = sizeof DATA;
         spoil(parts);
         try {
-            needElfSections(parts.file(), {Elf::NUMBER, hostMachine().byteOrder, MACHINE});
+            needElfLoading(parts.file(), {Elf::NUMBER, hostMachine().byteOrder, MACHINE});
             return "it was taken";
         } catch (const ElfError& e) {
             return e.what();
@@ -272,6 +272,33 @@ TYPED_TEST(ElfSymbol, TakesASectionThatIsNotLoadedWhereNothingOfItIsNeeded) {
     EXPECT_EQ(taken([](parts_t& p) { p.sections[0].sh_flags = SHF_WRITE; }), "it was taken");
     EXPECT_EQ(taken([](parts_t& p) { p.sections[0].sh_type = SHT_NOBITS; }), "it was taken");
     EXPECT_EQ(taken([](parts_t& p) { p.sections[0].sh_size = 0; }), "it was taken");
+}
+
+TYPED_TEST(ElfSymbol, RefusesSegmentsThatAreNotInOneRangeOfMemory) {
+    using parts_t = Parts<TypeParam>;
+    const char* const apart = "its segments do not lie within 4 GiB of memory";
+    const auto refusal = [&](const std::function<void(parts_t&)>& change) {
+        return this->sectionRefusal([&](parts_t& p) {
+            p.segments[0].p_type = PT_LOAD;
+            change(p);
+        });
+    };
+    EXPECT_EQ(refusal([](parts_t&) {}), "it was taken");
+    const auto higher = [](parts_t& p) { p.segments[0].p_vaddr = BASE + 1; };
+    EXPECT_EQ(refusal(higher), apart);
+    // The address of what each thread gets is only one to copy from.
+    const auto forThreads = [](parts_t& p) { p.segments[0].p_type = PT_TLS; };
+    EXPECT_EQ(refusal([&](parts_t& p) { higher(p), forThreads(p); }), "it was taken");
+    using length_t = decltype(parts_t::header.e_entry);
+    if constexpr (sizeof(length_t) == 8) {
+        constexpr length_t MOST = 0x100000000;
+        EXPECT_EQ(refusal([](parts_t& p) { p.segments[1].p_memsz = MOST - BASE; }), "it was taken");
+        EXPECT_EQ(refusal([](parts_t& p) { p.segments[1].p_memsz = MOST - BASE + 1; }), apart);
+        EXPECT_EQ(refusal([&](parts_t& p) { p.segments[0].p_memsz = MOST, forThreads(p); }),
+                  "it was taken");
+        EXPECT_EQ(refusal([&](parts_t& p) { p.segments[0].p_memsz = MOST + 1, forThreads(p); }),
+                  apart);
+    }
 }
 
 TYPED_TEST(ElfSymbol, RefusesTablesThatReachBeyondTheFile) {

@@ -4,7 +4,7 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include <cstdlib>
+#include <chrono>
 #include <iostream>
 #include <stdexcept>
 #include <string>
@@ -13,9 +13,10 @@ using namespace vek::program;
 
 namespace {
 
-std::string endOf(const std::function<void()>& task, unsigned seconds = 60) {
+std::string endOf(const std::function<void()>& task,
+                  std::chrono::seconds most = std::chrono::seconds(60)) {
     try {
-        runOnTrial(task, seconds);
+        runOnTrial(task, most);
         return "well";
     } catch (const TrialError& e) {
         return e.what();
@@ -53,7 +54,15 @@ TEST(Trial, EndsWhatTakesTooLong) {
             pause();
         }
     };
-    EXPECT_EQ(endOf(wait, 1), "takes too long");
+    EXPECT_EQ(endOf(wait, std::chrono::seconds(0)), "takes too long");
+    EXPECT_EQ(endOf(wait, std::chrono::seconds(1)), "takes too long");
+}
+
+TEST(Trial, IsTheSameWhereTheEndOfChildrenIsIgnored) {
+    const auto before = signal(SIGCHLD, SIG_IGN);
+    EXPECT_EQ(endOf([] {}), "well");
+    EXPECT_EQ(endOf([] { raise(SIGKILL); }), "ends the process: Killed");
+    signal(SIGCHLD, before);
 }
 
 TEST(Trial, HasNoInputAndShowsNoOutput) {

@@ -29,14 +29,9 @@ public:
         failMissing(name);
     }
 
-    void needSections() const {
-        for (size_t i = 0; i < file.sections.size(); ++i) {
-            const section_t section = file.sections[i];
-            if ((section.sh_flags & SHF_ALLOC) != 0 && section.sh_type != SHT_NOBITS &&
-                section.sh_size != 0 && !loader(section.sh_addr, section.sh_size)) {
-                throw ElfError("its segments do not load all of its sections");
-            }
-        }
+    void needLoading() const {
+        needMemory();
+        needSections();
     }
 
     void needFunction(const std::string& name) const {
@@ -90,6 +85,37 @@ private:
         // The macros for 64 bits are the ones for 32 bits.
         const int binding = ELF64_ST_BIND(symbol.st_info);
         return symbol.st_shndx != SHN_UNDEF && (binding == STB_GLOBAL || binding == STB_WEAK);
+    }
+
+    void needMemory() const {
+        std::optional<uint64_t> first;
+        for (size_t i = 0; i < file.segments.size(); ++i) {
+            const segment_t segment = file.segments[i];
+            if (segment.p_type == PT_LOAD) {
+                // The first one has the lowest address.
+                first = first.value_or(segment.p_vaddr);
+                needRange(*first, segment.p_vaddr, segment.p_memsz);
+            } else if (segment.p_type == PT_TLS) {
+                needRange(0, 0, segment.p_memsz);
+            }
+        }
+    }
+
+    static void needRange(uint64_t first, uint64_t begin, uint64_t length) {
+        constexpr uint64_t MOST = 0x100000000;
+        if (begin < first || begin - first > MOST || length > MOST - (begin - first)) {
+            throw ElfError("its segments do not lie within 4 GiB of memory");
+        }
+    }
+
+    void needSections() const {
+        for (size_t i = 0; i < file.sections.size(); ++i) {
+            const section_t section = file.sections[i];
+            if ((section.sh_flags & SHF_ALLOC) != 0 && section.sh_type != SHT_NOBITS &&
+                section.sh_size != 0 && !loader(section.sh_addr, section.sh_size)) {
+                throw ElfError("its segments do not load all of its sections");
+            }
+        }
     }
 
     /// The segment that is loaded from the file to these addresses, if there is one.
@@ -165,12 +191,12 @@ void needElfFunction(const byteVec_t& file, const std::string& name, const ElfMa
     }
 }
 
-void needElfSections(const byteVec_t& file, const ElfMachine& machine) {
+void needElfLoading(const byteVec_t& file, const ElfMachine& machine) {
     checkMachine(file, machine);
     if (machine.wordClass == ELFCLASS32) {
-        SymbolReader<Elf32>(file).needSections();
+        SymbolReader<Elf32>(file).needLoading();
     } else {
-        SymbolReader<Elf64>(file).needSections();
+        SymbolReader<Elf64>(file).needLoading();
     }
 }
 

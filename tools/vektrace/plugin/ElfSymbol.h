@@ -42,8 +42,9 @@ byteVec_t readElfObject(const byteVec_t& file, const std::string& name, const El
 /// and not one that the loader itself would call to learn the address of another.
 void needElfFunction(const byteVec_t& file, const std::string& name, const ElfMachine& machine);
 
-/// Throws ElfError where a section with code or data is not in a segment that is loaded: the loader,
-/// which knows no sections, would put 0 in its place.
-void needElfSections(const byteVec_t& file, const ElfMachine& machine);
+/// Throws ElfError where a section with code or data is not in a segment that is loaded, as the loader,
+/// which knows no sections, would put 0 in its place; and where the segments do not lie within 4 GiB,
+/// as some systems reserve memory page by page.
+void needElfLoading(const byteVec_t& file, const ElfMachine& machine);
 
 }  // namespace vek::program

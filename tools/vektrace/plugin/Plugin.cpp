@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -67,7 +68,7 @@ byteVec_t readInfo(const std::string& path) {
         const byteVec_t file = readWhole(path);
         byteVec_t info = readElfObject(file, INFO, hostMachine());
         needElfFunction(file, REGISTER, hostMachine());
-        needElfSections(file, hostMachine());
+        needElfLoading(file, hostMachine());
         return info;
     } catch (const ElfError& e) {
         throw PluginError(e.what());
@@ -180,7 +181,7 @@ void decodeHeader(msgid_t id) {
 }
 
 /// Far more than any plugin needs.
-constexpr unsigned LOADING_SECONDS = 10;
+constexpr std::chrono::seconds MAX_LOADING(10);
 
 /// All that the program will do with it, as the system's loader trusts a file, and a damaged one
 /// may end the process at any of these steps.
@@ -198,7 +199,7 @@ Plugin loadPlugin(const std::string& path) {
     Plugin plugin = describePlugin(info);
     const std::string name = explicitPath(path);
     try {
-        runOnTrial([&] { tryPlugin(plugin, name, info); }, LOADING_SECONDS);
+        runOnTrial([&] { tryPlugin(plugin, name, info); }, MAX_LOADING);
     } catch (const TrialError& e) {
         throw PluginError(std::string("loading it ") + e.what());
     }

@@ -7,11 +7,13 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
 #include <string>
+#include <thread>
 
 #include "tools/vektrace/program/errors.h"
 
@@ -23,57 +25,61 @@ namespace {
 constexpr int DONE = 99;
 
 /// Nobody sees what the child writes, and it ends as quietly as it can.
-void setUpChild(unsigned seconds) {
+void closeOff() {
     const int nothing = open("/dev/null", O_RDWR);
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         static_cast<void>(dup2(nothing, descriptor));
     }
     const rlimit none = {};
     static_cast<void>(setrlimit(RLIMIT_CORE, &none));
-    for (const int number : {SIGALRM, SIGINT, SIGTERM, SIGHUP}) {
-        static_cast<void>(std::signal(number, SIG_DFL));
-    }
-    alarm(seconds);
 }
 
-[[noreturn]] void runChild(const std::function<void()>& task, unsigned seconds) {
-    setUpChild(seconds);
+[[noreturn]] void runChild(const std::function<void()>& task) {
+    closeOff();
     try {
         task();
     } catch (...) {}
     std::exit(DONE);
 }
 
-int endOf(pid_t child) {
+/// The status of the child at its end. What takes too long is killed from here, as the child may
+/// have any signal blocked.
+int statusOf(pid_t child, std::chrono::seconds most) {
+    const auto end = std::chrono::steady_clock::now() + most;
     int status = 0;
-    while (waitpid(child, &status, 0) == -1) {
-        if (errno != EINTR) {
-            throw TrialError("cannot be tried: " + systemReason(errno));
+    pid_t ended = 0;
+    while ((ended = waitpid(child, &status, WNOHANG)) == 0) {
+        if (std::chrono::steady_clock::now() >= end) {
+            static_cast<void>(kill(child, SIGKILL));
+            static_cast<void>(waitpid(child, &status, 0));
+            throw TrialError("takes too long");
         }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    if (ended == -1) {
+        throw TrialError("cannot be tried: " + systemReason(errno));
     }
     return status;
 }
 
 std::string howItEnded(int status) {
-    if (!WIFSIGNALED(status)) {
-        return "ends the process";
-    }
-    return WTERMSIG(status) == SIGALRM
-               ? "takes too long"
-               : std::string("ends the process: ") + strsignal(WTERMSIG(status));
+    const std::string end = "ends the process";
+    return WIFSIGNALED(status) ? end + ": " + strsignal(WTERMSIG(status)) : end;
 }
 
 }  // namespace
 
-void runOnTrial(const std::function<void()>& task, unsigned seconds) {
+void runOnTrial(const std::function<void()>& task, std::chrono::seconds most) {
+    // Where whoever started this process has it ignored, nothing could be learnt of a child's end.
+    static_cast<void>(std::signal(SIGCHLD, SIG_DFL));
     const pid_t child = fork();
     if (child == -1) {
         throw TrialError("cannot be tried: " + systemReason(errno));
     }
     if (child == 0) {
-        runChild(task, seconds);
+        runChild(task);
     }
-    const int status = endOf(child);
+    const int status = statusOf(child, most);
     if (!WIFEXITED(status) || WEXITSTATUS(status) != DONE) {
         throw TrialError(howItEnded(status));
     }
