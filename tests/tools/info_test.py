@@ -33,6 +33,13 @@ class Text(Case):
         text = self.run_program("info", "a.vkt", expect=0).text
         self.assertIn("  time goes back: 2 steps, the largest 2 s\n", text)
 
+    def test_what_can_be_read_in_two_ways_may_be_a_record_or_a_gap(self):
+        outer = record(CAN, BEGIN, b"".join(drive(3)))
+        self.write("a.vkt", outer, *drive(2))
+        for rule, status in ((), 0), (("--prefer-chain",), 3):
+            text = self.run_program("info", *rule, "a.vkt", expect=status).text
+            self.assertIn("  to be read in two ways: 1 place\n", text)
+
     def test_a_row_per_identifier_by_number(self):
         self.write("a.vkt", *drive(2, identifier=LIN), *drive(3, identifier=CAN), record(0xAB5, BEGIN))
         lines = self.run_program("info", "a.vkt", expect=0).lines

@@ -84,7 +84,7 @@ private:
         }
         if (input.ambiguities() != 0) {
             line(fmt::format("  to be read in two ways: {}",
-                             countText(input.ambiguities(), "record")));
+                             countText(input.ambiguities(), "place")));
         }
     }
 
