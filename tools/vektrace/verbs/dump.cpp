@@ -92,8 +92,8 @@ constexpr char DUMP_DETAILS[] =
     "With another --time or --precision than the default, and in jsonl and csv, all of the time is "
     "shown.\n"
     "Control bytes and bytes beyond ASCII are shown as \\x and two digits.\n"
-    "Exit status 3 says that there were such bytes, or records that their class refused. An "
-    "identifier without a class is no loss.";
+    "Exit status 3 says that there were bytes that are no record, or records that their class "
+    "refused. An identifier without a class is no loss.";
 
 }  // namespace
 
