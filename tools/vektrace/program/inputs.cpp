@@ -30,8 +30,7 @@ void addSizeRule(CLI::App& verb, InputOptions& options) {
     verb.add_flag_callback(
         "--prefer-chain", [&options] { options.rule = RULE_PREFER_CHAIN; },
         "Where whole records fill another one exactly, or eight in a row lie inside of it, take "
-        "them "
-        "for records and not it.");
+        "them for records and not it.");
 }
 
 std::vector<std::string> inputPaths(const InputOptions& options) {

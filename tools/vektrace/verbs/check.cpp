@@ -249,8 +249,7 @@ constexpr char CHECK_DETAILS[] =
     "says whether the trace is whole. It is damaged when there are bytes that are no record, or "
     "records that their message class refuses. Records that can be read in two ways, times that go "
     "back and times that leap ahead by more than a day are told too, but damage nothing. Nothing "
-    "is "
-    "ever written but these lines.";
+    "is ever written but these lines.";
 
 }  // namespace
 

@@ -85,12 +85,10 @@ void dump(const DumpOptions& options, Session& session) {
 constexpr char DUMP_DETAILS[] =
     "A record is shown by the text that its message class gives. Where no class is registered for "
     "its identifier, or the class refuses the record, the text says so and shows the payload. "
-    "Bytes "
-    "that are no record are lines of their own, which begin with two hyphens.\n"
+    "Bytes that are no record are lines of their own, which begin with two hyphens.\n"
     "The library's own text of a time has 32 bits of seconds: from 2106 on it begins at 1970 "
-    "again. "
-    "With another --time or --precision than the default, and in jsonl and csv, all of the time is "
-    "shown.\n"
+    "again. With another --time or --precision than the default, and in jsonl and csv, all of the "
+    "time is shown.\n"
     "Control bytes and bytes beyond ASCII are shown as \\x and two digits.\n"
     "Exit status 3 says that there were bytes that are no record, or records that their class "
     "refused. An identifier without a class is no loss.";
@@ -107,8 +105,7 @@ void addDump(CLI::App& program, Session& session) {
     addChoice<makeDumpFormat_t>(
         verb, "--format", options->makeFormat,
         {{"text", makeDumpText}, {"jsonl", makeDumpJson}, {"csv", makeDumpCsv}},
-        "Lines of text, JSON objects (schema vektrace.dump/1), or rows of "
-        "comma-separated values.");
+        "Lines of text, JSON objects (schema vektrace.dump/1), or rows of comma-separated values.");
     verb.add_flag("--hex", options->look.hex,
                   "Show the payload's bytes too, and the first ones of a gap.");
     verb.add_flag("--follow", options->inputs.follow,

@@ -62,14 +62,12 @@ void info(const InfoOptions& options, Session& session) {
 constexpr char INFO_DETAILS[] =
     "First the totals of a trace: records, bytes, the time from the earliest to the latest record, "
     "steps of time backwards, and damage. Then for every identifier its records, their bytes and "
-    "the "
-    "share of these in the trace, the mean rate from its earliest to its latest record, the "
-    "largest "
-    "pause between two of them, and its rate over the time of the trace, as a line of blocks. The "
-    "blocks are relative to the identifier's own highest rate; a blank is a time without any.\n"
+    "the share of these in the trace, the mean rate from its earliest to its latest record, the "
+    "largest pause between two of them, and its rate over the time of the trace, as a line of "
+    "blocks. The blocks are relative to the identifier's own highest rate; a blank is a time "
+    "without any.\n"
     "Exit status 3 says that there are bytes that are no record, or records that their message "
-    "class "
-    "refused.";
+    "class refused.";
 
 }  // namespace
 

@@ -90,8 +90,7 @@ void addPlugins(CLI::App& program, Session& session) {
         "A plugin is a shared object that brings message classes, so that records of their "
         "identifiers are decoded. It is named by its path and never looked for. What it says of "
         "itself is read from the file and checked before any of its code runs, and it stays "
-        "loaded. "
-        "An identifier that has a message class already keeps it.");
+        "loaded. An identifier that has a message class already keeps it.");
 }
 
 }  // namespace vek::program

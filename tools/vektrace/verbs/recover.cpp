@@ -159,16 +159,14 @@ constexpr char RECOVER_DETAILS[] =
     "else; what is dropped is counted on standard error and listed in the ledger. Where whole "
     "records fill another one exactly, or eight in a row lie inside of it, these are taken and not "
     "it, unless --trust-sizes says otherwise. What can be read of an input that cannot be read to "
-    "its end is recovered too; "
-    "the status is 1 then.\n"
+    "its end is recovered too; the status is 1 then.\n"
     "Before the output gets its name it is read again, and must give the same records: their "
     "number, their bytes and a checksum. Where it does not, the status is 1 and there is no "
     "output.\n"
     "The ledger gets its name before the output does, so that the output is never there without "
     "it.\n"
-    "The ledger as JSON lines (schema vektrace.ledger/1) has an object for each stretch that "
-    "was dropped, for each record that can be read in two ways, and one with the totals at the "
-    "end.";
+    "The ledger as JSON lines (schema vektrace.ledger/1) has an object for each stretch that was "
+    "dropped, for each record that can be read in two ways, and one with the totals at the end.";
 
 }  // namespace
 
@@ -182,8 +180,7 @@ void addRecover(CLI::App& program, Session& session) {
     verb.add_flag_callback(
         "--trust-sizes", [options] { options->inputs.rule = RULE_TRUST_SIZES; },
         "Take a record for a record also where whole records fill it exactly, or eight in a row "
-        "lie "
-        "inside of it.");
+        "lie inside of it.");
     verb.add_option("--ledger", options->ledger,
                     "List in this file what was dropped; - is standard output.")
         ->type_name("FILE");
