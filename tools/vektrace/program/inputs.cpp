@@ -108,11 +108,7 @@ Input::Input(Session& _session, const std::string& path, const InputOptions& opt
     readerOptions.rule = options.rule;
     readerOptions.follow = options.follow;
     readerOptions.stop = session.stopFlag();
-    try {
-        reader = std::make_unique<TraceReader>(file.get(), readerOptions);
-    } catch (const TraceException& e) {
-        throw Failure(inputDisplayName, e.what());
-    }
+    reader = std::make_unique<TraceReader>(file.get(), readerOptions);
 }
 
 bool Input::next(TraceSpan& span) {
