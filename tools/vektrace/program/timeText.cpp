@@ -37,7 +37,7 @@ detail::Date dateOfDay(uint64_t daysSince1970) {
     return date;
 }
 
-/// The calendar of `stamp`, of which `seconds` are shown.
+/// Date and time of day of these seconds since 1970, with `separator` between them.
 void appendCalendar(std::string& out, uint64_t seconds, char separator) {
     const detail::Date date = dateOfDay(seconds / SECONDS_PER_DAY);
     const auto second = static_cast<uint32_t>(seconds % SECONDS_PER_DAY);
@@ -45,6 +45,7 @@ void appendCalendar(std::string& out, uint64_t seconds, char separator) {
     char* const end = detail::writeLayout<int64_t, detail::writeAnyYear, detail::writeAnyField>(
         text, date.year, date.month, date.day, second / 3600, second / 60 % 60, second % 60);
     out.append(text, end);
+    // The separator and the time are as many bytes as the time and a terminating 0.
     out[out.size() - sizeof "HH:MM:SS"] = separator;
 }
 
