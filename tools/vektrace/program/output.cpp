@@ -159,7 +159,7 @@ void closeStandardOutput() {
 // ---- Text --------------------------------------------------------------------------------------
 
 TextOutput::TextOutput(Session& _session, const std::vector<std::string>& inputs)
-    : session(_session), color(_session.hasColor(STDOUT_FILENO)) {
+    : session(_session), hasColor(_session.hasColor(STDOUT_FILENO)) {
     refuseInputs(STDOUT_FILENO, STANDARD_OUTPUT, inputs);
     session.textOnTerminal = isatty(STDOUT_FILENO) == 1;
     buffer.reserve(2 * CAPACITY);

@@ -77,6 +77,12 @@ private:
 /// took. Throws Failure.
 void closeStandardOutput();
 
+/// What turns a terminal's colours on, and off again.
+inline constexpr char BOLD[] = "\x1b[1m";
+inline constexpr char RED[] = "\x1b[31m";
+inline constexpr char YELLOW[] = "\x1b[33m";
+inline constexpr char PLAIN[] = "\x1b[0m";
+
 /// Lines of text to standard output, through a buffer.
 class TextOutput {
 public:
@@ -97,10 +103,16 @@ public:
         fmt::format_to(std::back_inserter(buffer), format, std::forward<Arguments>(arguments)...);
         write({});
     }
+    /// A line, which `color` turns on where standard output has colours; null: none.
+    void writeLine(std::string_view text, const char* color = nullptr) {
+        const bool painted = color != nullptr && hasColor;
+        buffer += painted ? color : "";
+        buffer += text;
+        buffer += painted ? PLAIN : "";
+        write("\n");
+    }
     /// Must be called at the end: what the destructor finds is dropped. Throws like write().
     void flush() { writeOut(buffer.size()); }
-
-    bool hasColor() const { return color; }
 
 private:
     /// What a pipe holds: with more at once its writer waits for the reader and the other way round.
@@ -109,7 +121,7 @@ private:
     void writeOut(size_t length);
 
     Session& session;
-    const bool color;
+    const bool hasColor;
     std::string buffer;
     uint64_t written = 0;
 };

@@ -19,10 +19,6 @@ namespace {
 /// A gap may be very long; its beginning tells what it is.
 constexpr size_t GAP_BYTES_SHOWN = 64;
 
-constexpr char RED[] = "\x1b[31m";
-constexpr char YELLOW[] = "\x1b[33m";
-constexpr char PLAIN[] = "\x1b[0m";
-
 /// One line per record: its own text, in which another time column takes the place of the time.
 class DumpText : public DumpFormat {
 public:
@@ -41,7 +37,7 @@ public:
             line += "  payload ";
             appendHex(line, payloadOf(span), payloadLength(span), ' ');
         }
-        writeLine(decoded.decoding == DECODING_REFUSED ? YELLOW : nullptr);
+        output.writeLine(line, decoded.decoding == DECODING_REFUSED ? YELLOW : nullptr);
     }
 
     void gap(const Gap& gap) override {
@@ -55,7 +51,7 @@ public:
             appendHex(line, gap.head.data(), shown, ' ');
             line += gap.length > shown ? " ..." : "";
         }
-        writeLine(RED);
+        output.writeLine(line, RED);
     }
 
 private:
@@ -86,13 +82,6 @@ private:
         message.remove_prefix(own.size());
         message.remove_prefix(std::min(message.find_first_not_of(' '), message.size()));
         return message;
-    }
-
-    void writeLine(const char* color) {
-        if (color != nullptr && output.hasColor()) {
-            line = color + line + PLAIN;
-        }
-        output.write(line += '\n');
     }
 
     TextOutput& output;

@@ -16,10 +16,6 @@ namespace vek::program {
 
 namespace {
 
-constexpr char BOLD[] = "\x1b[1m";
-constexpr char DAMAGED_COLOR[] = "\x1b[31m";
-constexpr char DAMAGED_END[] = "\x1b[0m";
-
 /// The counts as blocks of which the highest stands for the greatest count.
 std::string picture(const counts_t& counts, size_t used) {
     constexpr const char* BLOCKS[] = {" ", "▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
@@ -54,7 +50,7 @@ public:
         appendWithoutControls(name, input.name());
         output.write(first ? "" : "\n");
         first = false;
-        line(name, BOLD);
+        output.writeLine(name, BOLD);
         totals(input, statistics);
         damage(statistics);
         if (statistics.records != 0) {
@@ -63,28 +59,24 @@ public:
     }
 
 private:
-    void line(const std::string& text, const char* color = nullptr) {
-        const bool painted = color != nullptr && output.hasColor();
-        output.print("{}{}{}\n", painted ? color : "", text, painted ? DAMAGED_END : "");
-    }
-
     void totals(const Input& input, const TraceStatistics& statistics) {
-        line(fmt::format("  {}, {}, {}", countText(statistics.records, "record"),
-                         countText(statistics.bytes, "byte"), framingWord(input.framing())));
+        output.writeLine(fmt::format("  {}, {}, {}", countText(statistics.records, "record"),
+                                     countText(statistics.bytes, "byte"),
+                                     framingWord(input.framing())));
         if (statistics.records == 0) {
             return;
         }
         const TimeScale& scale = statistics.scale;
-        line(fmt::format("  {} to {}, {}", utcText(scale.low), utcText(scale.high),
-                         durationText(scale.high - scale.low)));
+        output.writeLine(fmt::format("  {} to {}, {}", utcText(scale.low), utcText(scale.high),
+                                     durationText(scale.high - scale.low)));
         if (statistics.backwardSteps != 0) {
-            line(fmt::format("  time goes back: {}, the largest {}",
-                             countText(statistics.backwardSteps, "step"),
-                             durationText(statistics.largestBackwardStep)));
+            output.writeLine(fmt::format("  time goes back: {}, the largest {}",
+                                         countText(statistics.backwardSteps, "step"),
+                                         durationText(statistics.largestBackwardStep)));
         }
         if (input.ambiguities() != 0) {
-            line(fmt::format("  to be read in two ways: {}",
-                             countText(input.ambiguities(), "place")));
+            output.writeLine(fmt::format("  to be read in two ways: {}",
+                                         countText(input.ambiguities(), "place")));
         }
     }
 
@@ -92,21 +84,22 @@ private:
         if (!statistics.losses.any()) {
             return;
         }
-        line("  damage: " + statistics.losses.text(), DAMAGED_COLOR);
+        output.writeLine("  damage: " + statistics.losses.text(), RED);
         statistics.losses.gaps.forEachReason([this](gapReason_t reason, const GapCount& count) {
-            line(fmt::format("    {}: {}", gapReasonText(reason), count.text()), DAMAGED_COLOR);
+            output.writeLine(fmt::format("    {}: {}", gapReasonText(reason), count.text()), RED);
         });
     }
 
     void table(const TraceStatistics& statistics) {
-        line(fmt::format("  {:<6}  {:<22} {:>10} {:>14} {:>7} {:>12} {:>20}  {:<26}  {:<26}  {}",
-                         "id", "name", "records", "bytes", "share", "rate", "largest pause",
-                         "first", "last", "rate over time"),
-             BOLD);
+        output.writeLine(
+            fmt::format("  {:<6}  {:<22} {:>10} {:>14} {:>7} {:>12} {:>20}  {:<26}  {:<26}  {}",
+                        "id", "name", "records", "bytes", "share", "rate", "largest pause", "first",
+                        "last", "rate over time"),
+            BOLD);
         statistics.forEachIdentifier([&](msgid_t id, const IdentifierStatistics& row) {
             const double share =
                 100 * static_cast<double>(row.bytes) / static_cast<double>(statistics.bytes);
-            line(fmt::format(
+            output.writeLine(fmt::format(
                 "  {:<6}  {:<22} {:>10} {:>14} {:>6.1f}% {:>12} {:>20}  {:<26}  {:<26}  {}",
                 identifierNumber(id), identifierName(id), row.records, row.bytes, share,
                 rateText(row), durationText(row.largestPause), utcText(row.earliest),
