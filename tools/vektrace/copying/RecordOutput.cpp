@@ -5,7 +5,7 @@
 namespace vek::program {
 
 void RecordOutput::write(const TraceSpan& record, const std::string& input) {
-    checkFraming(record, input);
+    framing.check(record, input);
     ++recordCount;
     output.write(record);
     if (scanned == SCAN_LATER) {
@@ -26,17 +26,6 @@ void RecordOutput::writeMarked(const TraceSpan& record) {
         written.marked = true;
     }
     write(written, {});
-}
-
-void RecordOutput::checkFraming(const TraceSpan& record, const std::string& input) {
-    if (!marked) {
-        marked = record.marked;
-    }
-    if (*marked != record.marked) {
-        throw Failure(input, record.offset,
-                      record.marked ? "has sync markers and the inputs before have none"
-                                    : "has no sync markers and the inputs before have some");
-    }
 }
 
 }  // namespace vek::program

@@ -3,9 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 
+#include "tools/vektrace/copying/OneFraming.h"
 #include "tools/vektrace/copying/OutputScan.h"
 #include "tools/vektrace/program/output.h"
 
@@ -20,12 +20,10 @@ public:
         SCAN_LATER = 2,  ///< not here, but by the caller, who compares what is found with written()
     };
 
-    RecordOutput(Output& _output, scan_t _scanned, framing_t framing)
-        : output(_output), scanned(_scanned), scan(framing) {}
+    RecordOutput(Output& _output, scan_t _scanned, framing_t readAs)
+        : output(_output), scanned(_scanned), scan(readAs) {}
 
-    /// The record's bytes as they are. Throws Failure when they have a sync marker and those before
-    /// had none, or the other way round: nobody could read such an output. `input` is the name of
-    /// the file that they are from.
+    /// The record's bytes as they are. Throws Failure as OneFraming::check does.
     void write(const TraceSpan& record, const std::string& input);
     /// With a sync marker in front where there is none.
     void writeMarked(const TraceSpan& record);
@@ -38,13 +36,11 @@ public:
     bool readsAsWritten() { return scan.finish(); }
 
 private:
-    void checkFraming(const TraceSpan& record, const std::string& input);
-
     Output& output;
     const scan_t scanned;
     OutputScan scan;
     RecordDigest digest;
-    std::optional<bool> marked;
+    OneFraming framing;
     uint64_t recordCount = 0;
     byteVec_t withMarker;
 };

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/vektrace/copying/OneFraming.h"
 #include "tools/vektrace/copying/conclusion.h"
 #include "tools/vektrace/pcap/PcapWriter.h"
 #include "tools/vektrace/pcap/conversion.h"
@@ -25,18 +26,7 @@ void writeRecord(PcapWriter& capture, const Input& input, const TraceSpan& span,
     capture.write(time, span.data, span.length);
 }
 
-/// One capture is read as one trace: it takes either marked or unmarked records.
-void checkFraming(framing_t& framing, const Input& input, const TraceSpan& span) {
-    const framing_t own = span.marked ? FRAMING_MARKED : FRAMING_UNMARKED;
-    if (framing != FRAMING_DETECT && framing != own) {
-        throw Failure(input.name(), span.offset,
-                      span.marked ? "has sync markers and the inputs before have none"
-                                  : "has no sync markers and the inputs before have some");
-    }
-    framing = own;
-}
-
-void exportInput(PcapWriter& capture, framing_t& framing, Input& input, Session& session) {
+void exportInput(PcapWriter& capture, OneFraming& framing, Input& input, Session& session) {
     GapCollector gaps([&](const Gap& gap) {
         session.loss(failureText(input.name(), gap.offset,
                                  fmt::format("{} left out: {}", countText(gap.length, "byte"),
@@ -45,7 +35,7 @@ void exportInput(PcapWriter& capture, framing_t& framing, Input& input, Session&
     TraceSpan span;
     for (uint64_t number = 0; input.next(span);) {
         if (!gaps.add(span)) {
-            checkFraming(framing, input, span);
+            framing.check(span, input.name());
             writeRecord(capture, input, span, ++number);
         }
     }
@@ -58,7 +48,7 @@ void exportCapture(const InputOptions& inputs, const OutputOptions& options, Ses
     const std::vector<std::string> paths = inputPaths(inputs);
     Output output(session, options, paths);
     PcapWriter capture(output);
-    framing_t framing = FRAMING_DETECT;
+    OneFraming framing;  // for a capture is read as one trace
     InputTally opened;
     forEachInput(session, inputs, [&](Input& input) {
         exportInput(capture, framing, input, session);
