@@ -20,9 +20,15 @@ class Doing(DamageCase):
         )
         self.assertEqual(
             result.complaint.splitlines()[0],
-            "vektrace: damage: the ledger and the output are the same file",
+            "vektrace: damage: --output and --ledger are the same",
         )
         self.assertNotIn("out.vkt", self.files())
+
+    def test_the_ledger_may_go_to_a_terminal(self):
+        shown = self.run_on_terminal(
+            "damage", "a.vkt", "--cut", "1", "-o", "out.vkt", "--ledger", "-", terminals=(1,), expect=0
+        )
+        self.assertIn(b'"kind":"cut"', shown.out)
 
     def test_the_ledger_tells_everything(self):
         out, ledger = self.damaged("--bytes", "50", "--cut", "3", "--insert", "4", "--zero", "5")
@@ -136,8 +142,8 @@ class Refusing(DamageCase):
                 self.assertIn("is also an input", complaint)
 
     def test_the_ledger_is_never_the_output(self):
-        self.assertIn("same file", self.refused(2, "a.vkt", "-o", "b", "--ledger", "b"))
-        self.assertIn("same file", self.refused(2, "a.vkt", "--ledger", "-"))
+        self.assertIn("are the same", self.refused(2, "a.vkt", "-o", "b", "--ledger", "b"))
+        self.assertIn("are the same", self.refused(2, "a.vkt", "--ledger", "-"))
 
     def test_the_ledger_is_not_where_standard_output_was_redirected_to(self):
         with open(self.path("out"), "wb") as out:
@@ -146,7 +152,7 @@ class Refusing(DamageCase):
             )
             err = process.communicate(timeout=PATIENCE)[1]
         self.assertEqual(process.returncode, 2)
-        self.assertIn(b"same file", err)
+        self.assertIn(b"are the same", err)
         self.assertEqual(self.read("out"), b"")
 
     def test_a_terminal_is_no_input(self):

@@ -1,5 +1,7 @@
 #include "tools/vektrace/copying/conclusion.h"
 
+#include "tools/vektrace/program/errors.h"
+
 namespace vek::program {
 
 void InputTally::add(const std::string& path, bool inputFailed) {
@@ -12,6 +14,19 @@ void reportGaps(Session& session, const Input& input, const GapTotals& gaps,
     if (gaps.all.gaps > 0) {
         session.loss(failureText(input.name(), gapText(gaps) + ' ' + whatBecame));
     }
+}
+
+std::unique_ptr<Output> openLedger(Session& session, const std::optional<std::string>& path,
+                                   const OutputOptions& output,
+                                   const std::vector<std::string>& inputs) {
+    if (!path) {
+        return nullptr;
+    }
+    if (isSameTarget(*path, output.path)) {
+        throw UsageError("--output and --ledger are the same");
+    }
+    const OutputOptions ledger = {*path, output.force || *path == "-", true};
+    return std::make_unique<Output>(session, ledger, inputs);
 }
 
 void commitWithLedger(Session& session, Output* ledger, Output& output) {

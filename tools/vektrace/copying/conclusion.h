@@ -2,6 +2,8 @@
 /// What is told of the inputs of a copy, and whether it is kept.
 #pragma once
 
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,6 +37,12 @@ void reportGaps(Session& session, const Input& input, const GapTotals& gaps,
 inline constexpr char UNREADABLE[] =
     "without sync markers these records are not all told apart: their identifiers are unknown, or "
     "their times too far from each other";
+
+/// The ledger beside an output, or null where none is wanted. Lines may go to a terminal. Throws
+/// UsageError where both are the same, and what Output's constructor throws.
+std::unique_ptr<Output> openLedger(Session& session, const std::optional<std::string>& path,
+                                   const OutputOptions& output,
+                                   const std::vector<std::string>& inputs);
 
 /// Commits the ledger, if there is one, and then the output that it accounts for: the output is never
 /// there without it. Where the output fails then, the session is told that the ledger is there alone.

@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "tools/vektrace/copying/conclusion.h"
 #include "tools/vektrace/copying/quantity.h"
@@ -135,24 +134,13 @@ void damageAll(SizedInput& input, Damager& damager, Session& session) {
     }
 }
 
-std::unique_ptr<Output> openLedger(Session& session, const DamageOptions& options,
-                                   const std::string& input) {
-    if (!options.ledger) {
-        return nullptr;
-    }
-    if (isSameTarget(*options.ledger, options.output.path)) {
-        throw UsageError("the ledger and the output are the same file");
-    }
-    const OutputOptions ledger = {*options.ledger, options.output.force, true};
-    return std::make_unique<Output>(session, ledger, std::vector<std::string>{input});
-}
-
 void damage(const DamageOptions& options, Session& session) {
     const std::string path = inputPaths(options.input).front();
     SizedInput input(session, path);
     const DamagePlan plan = planFor(input, options);
     Output output(session, options.output, {path});
-    const std::unique_ptr<Output> ledger = openLedger(session, options, path);
+    const std::unique_ptr<Output> ledger =
+        openLedger(session, options.ledger, options.output, {path});
     Account account(session, inputName(path));
     account.quiet = ledger != nullptr;
     const auto write = [&](const uint8_t* bytes, size_t length) { output.write(bytes, length); };

@@ -35,18 +35,8 @@ class LedgerFile {
 public:
     LedgerFile(Session& session, const RecoverOptions& options,
                const std::vector<std::string>& inputs)
-        : format(options.ledgerFormat) {
-        if (!options.ledger) {
-            return;
-        }
-        if (isSameTarget(*options.ledger, options.output.path)) {
-            throw UsageError("--output and --ledger are the same");
-        }
-        // Lines may go to a terminal.
-        const OutputOptions outputOptions = {*options.ledger,
-                                             options.output.force || *options.ledger == "-", true};
-        output = std::make_unique<Output>(session, outputOptions, inputs);
-    }
+        : format(options.ledgerFormat),
+          output(openLedger(session, options.ledger, options.output, inputs)) {}
 
     template <class Item>
     void write(const Item& item) {
