@@ -27,6 +27,19 @@ TEST(IsNumber, ReadsOtherBasesToo) {
     EXPECT_FALSE(isNumber("-1", value, 16));
 }
 
+TEST(IsFraction, ReadsUpToSixDigitsAsMillionths) {
+    uint64_t millionths = 0;
+    EXPECT_TRUE(isFraction("5", millionths));
+    EXPECT_EQ(millionths, 500'000u);
+    EXPECT_TRUE(isFraction("000001", millionths));
+    EXPECT_EQ(millionths, 1u);
+    EXPECT_TRUE(isFraction("999999", millionths));
+    EXPECT_EQ(millionths, 999'999u);
+    for (const char* const text : {"", "1234567", "0000000", "-1", "1 ", "1s"}) {
+        EXPECT_FALSE(isFraction(text, millionths)) << text;
+    }
+}
+
 TEST(TakeDigits, LeavesWhatComesBehindThem) {
     std::string_view text = "012.5";
     EXPECT_EQ(takeDigits(text), "012");

@@ -11,20 +11,8 @@ namespace vek::program {
 
 namespace {
 
-constexpr size_t PLACES = 6;
 constexpr uint64_t PERCENT = 1'000'000;
 constexpr uint64_t WHOLE = 100 * PERCENT;
-
-/// The digits behind a decimal point, in millionths.
-bool isFraction(std::string_view text, uint64_t& value) {
-    if (text.size() > PLACES || !isNumber(text, value)) {
-        return false;
-    }
-    for (size_t places = text.size(); places < PLACES; ++places) {
-        value *= 10;
-    }
-    return true;
-}
 
 /// Whether the text, which has no % any more, is at most a hundred percent.
 bool isPercentage(std::string_view text, uint64_t& millionths) {

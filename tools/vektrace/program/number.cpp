@@ -17,6 +17,17 @@ bool isNumber(std::string_view text, uint64_t& value, int base) {
     return result.ec == std::errc() && result.ptr == end;
 }
 
+bool isFraction(std::string_view text, uint64_t& millionths) {
+    constexpr size_t PLACES = 6;
+    if (text.size() > PLACES || !isNumber(text, millionths)) {
+        return false;
+    }
+    for (size_t places = text.size(); places < PLACES; ++places) {
+        millionths *= 10;
+    }
+    return true;
+}
+
 uint64_t parseNumber(std::string_view text) {
     uint64_t value = 0;
     if (!isNumber(text, value)) {

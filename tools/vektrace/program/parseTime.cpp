@@ -46,8 +46,7 @@ public:
         uint64_t value = 0;
         if (digits.size() < least || digits.size() > most || !isNumber(digits, value) ||
             value > limit) {
-            fail(digits.empty() ? "a number is missing"
-                                : fmt::format("the number '{}' is not valid here", digits));
+            failAtNumber(digits);
         }
         return value;
     }
@@ -57,12 +56,12 @@ public:
         if (!take('.')) {
             return 0;
         }
-        const size_t before = rest.size();
-        uint64_t value = number(1, 6, 999'999);
-        for (size_t digits = before - rest.size(); digits < 6; ++digits) {
-            value *= 10;
+        const std::string_view digits = takeDigits(rest);
+        uint64_t millionths = 0;
+        if (!isFraction(digits, millionths)) {
+            failAtNumber(digits);
         }
-        return value;
+        return millionths;
     }
 
     [[noreturn]] void fail(const std::string& reason) const {
@@ -70,6 +69,11 @@ public:
     }
 
 private:
+    [[noreturn]] void failAtNumber(std::string_view digits) const {
+        fail(digits.empty() ? "a number is missing"
+                            : fmt::format("the number '{}' is not valid here", digits));
+    }
+
     std::string_view whole;
     std::string_view rest;
 };
