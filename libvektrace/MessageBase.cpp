@@ -142,9 +142,11 @@ size_t recordLength(size_t size, bool sync) {
     }
     const size_t behindHeader =
         message.getMessageId() == MSGID_INVALID ? message.rawData.size() : 0;
-    if (HEADER_SIZE + behindHeader > size) {
-        buffer.reserve((append ? buffer.size() : 0) +
-                       recordLength(HEADER_SIZE + behindHeader, sync));
+    const size_t needed = (append ? buffer.size() : 0) +
+                          recordLength(std::max(size, HEADER_SIZE + behindHeader), sync);
+    if (needed > buffer.capacity()) {
+        // Doubled, as it grows by itself: else every append would move all that is there.
+        buffer.reserve(std::max(needed, 2 * buffer.capacity()));
     }
     return true;
 }

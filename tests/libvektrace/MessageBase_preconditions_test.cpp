@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <initializer_list>
 #include <sstream>
 
 #include "libvektrace/MessageBase.h"
@@ -131,19 +132,39 @@ TEST(CreateByteArrayPrecondition, RawDataOfAnInvalidMessageIsKeptFromOthersWitho
     }
 }
 
-TEST(CreateByteArrayPrecondition, AppendingInvalidMessagesLetsTheVectorGrowGeometrically) {
-    // With as much rawData as has room anyway, too.
-    for (const size_t raw : {0u, 12u}) {
-        const InvalidMessage message = withPayload(10, raw);
-        byteVec_t buffer;
-        int moves = 0;
-        for (int i = 0; i < 10000; ++i) {
-            const uint8_t* const memory = buffer.data();
-            message.createByteArray(buffer, true, true);
-            moves += buffer.data() == memory ? 0 : 1;
-        }
-        EXPECT_LT(moves, 30) << raw;
+/// Appends a message many times; returns how often the vector's memory was another one afterwards.
+int movesOfAppending(const MessageBase& message, byteVec_t& buffer) {
+    int moves = 0;
+    for (int i = 0; i < 10000; ++i) {
+        const uint8_t* const memory = buffer.data();
+        message.createByteArray(buffer, true, true);
+        moves += buffer.data() == memory ? 0 : 1;
     }
+    return moves;
+}
+
+TEST(CreateByteArrayPrecondition,
+     AppendingWhatWritesMoreThanItReportsLetsTheVectorGrowGeometrically) {
+    const InvalidMessage none = withPayload(10, 0);
+    const InvalidMessage asMuchAsHasRoomAnyway = withPayload(10, 12);
+    const InvalidMessage longOne = withPayload(10, 100);
+    const SizedMessage belowAHeader(10);
+    for (const MessageBase* const message : std::initializer_list<const MessageBase*>{
+             &none, &asMuchAsHasRoomAnyway, &longOne, &belowAHeader}) {
+        byteVec_t buffer;
+        EXPECT_LT(movesOfAppending(*message, buffer), 30) << message->rawData.size();
+        EXPECT_LT(buffer.capacity(), 2 * buffer.size() + 200) << message->rawData.size();
+    }
+}
+
+TEST(CreateByteArrayPrecondition, AppendingWhereThereIsRoomJustSoLeavesTheMemory) {
+    const InvalidMessage message = withPayload(10, 100);
+    byteVec_t buffer;
+    buffer.reserve(5 + 16 + 100);
+    buffer.resize(5);
+    const size_t capacity = buffer.capacity();
+    EXPECT_EQ(message.createByteArray(buffer, true, true), 24u);
+    EXPECT_EQ(buffer.capacity(), capacity);
 }
 
 // ---- On encoded bytes --------------------------------------------------------------------------
