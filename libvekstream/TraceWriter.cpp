@@ -15,14 +15,18 @@ namespace {
 /// What is collected before it is written.
 constexpr size_t CAPACITY = 0x10000;
 
-/// Where the caller's descriptor does not wait by itself.
-void waitUntilWritable(int fd) {
+/// How late a flag is seen that is set without a signal, or by one that comes before the waiting.
+constexpr int INTERVAL_MS = 50;
+constexpr int FOREVER = -1;
+
+/// Where the caller's descriptor does not wait by itself. Not for long, where there is a flag.
+void waitUntilWritable(int fd, bool hasFlag) {
     pollfd asked = {fd, POLLOUT, 0};
-    ::poll(&asked, 1, -1);
+    ::poll(&asked, 1, hasFlag ? INTERVAL_MS : FOREVER);
 }
 
-/// Some of the bytes; returns how many, at least one. Throws IoError, also when a signal interrupts
-/// and `stop` is set.
+/// Some of the bytes; returns how many, at least one. Throws IoError, also when it would wait, or a
+/// signal interrupts, and `stop` is set.
 size_t writeSome(int fd, const uint8_t* data, size_t length, const std::atomic<bool>* stop) {
     for (;;) {
         const ssize_t some = ::write(fd, data, length);
@@ -39,7 +43,7 @@ size_t writeSome(int fd, const uint8_t* data, size_t length, const std::atomic<b
             throw IoError(EINTR);
         }
         if (errno == EAGAIN) {
-            waitUntilWritable(fd);
+            waitUntilWritable(fd, stop != nullptr);
         }
     }
 }

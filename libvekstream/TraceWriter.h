@@ -41,8 +41,12 @@ public:
     TraceWriter(const TraceWriter&) = delete;
     TraceWriter& operator=(const TraceWriter&) = delete;
 
-    /// Where not null: once it is true, a write that would have to wait fails with EINTR. A signal
-    /// interrupts one that waits already. Must outlive the writer.
+    /// Where not null: once it is true, a write that would have to wait fails with EINTR. It may be set
+    /// from another thread or a signal handler, and must outlive the writer.
+    ///
+    /// Where the descriptor does not wait by itself (O_NONBLOCK) it is looked at now and then meanwhile.
+    /// Where it does, the system waits and looks at no flag: only a signal ends that, one that is
+    /// handled without SA_RESTART and comes when the write waits already.
     void setStop(const std::atomic<bool>* _stop) { stop = _stop; }
 
     /// Takes over a copy of the bytes; writes when there are enough. Throws TraceException when the

@@ -39,6 +39,7 @@ inline std::string failed;  ///< the first that failed by its number
 inline bool named = false;  ///< a file has got a new name
 inline uint64_t written = 0;
 inline int writtenTo = -1;  ///< the descriptor
+inline int patience = 0;    ///< of the last poll, in milliseconds; below 0: for ever
 
 /// From here to its end calls are counted, and fail as planned.
 class Armed {
@@ -50,6 +51,7 @@ public:
         named = false;
         written = 0;
         writtenTo = -1;
+        patience = 0;
     }
     ~Armed() { plan = nullptr; }
     Armed(const Armed&) = delete;
@@ -192,6 +194,7 @@ VEK_REPLACED int fchmod(int fd, mode_t mode) noexcept {
 
 VEK_REPLACED int poll(pollfd* asked, nfds_t count, int patience) {
     static auto* const original = calls::original(&::poll, "poll");
+    calls::patience = patience;
     return calls::fail("poll") ? -1 : original(asked, count, patience);
 }
 

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <optional>
+#include <utility>
 
 #include "FailingCalls.h"
 #include "libvekstream/TraceWriter.h"
@@ -309,6 +311,39 @@ TEST(WriterFault, OfAWriteThatTakesLessIsOneOnlyForAProcessThatIsToStop) {
     const TraceException exception = thrownByAStoppable(plan, true);
     EXPECT_EQ(exception.error(), EINTR);
     EXPECT_EQ(exception.offset(), 1000U);
+}
+
+/// Of a descriptor that takes nothing and does not wait by itself. Its waits are over at once; at the
+/// third one `then` happens.
+calls::Plan planOfWaits(std::function<void()> then) {
+    calls::Plan plan;
+    plan.always = {{"write", EAGAIN}, {"poll", EINTR}};
+    plan.before = [then = std::move(then), waits = 0](std::string_view name) mutable {
+        waits += name == "poll" ? 1 : 0;
+        if (waits == 3) {
+            then();
+        }
+    };
+    return plan;
+}
+
+TEST(WriterFault, OfAWriteThatWaitsIsOneForAProcessThatIsToStopAlsoWithoutASignal) {
+    std::atomic<bool> stop = false;
+    const calls::Plan plan = planOfWaits([&] { stop = true; });
+    EXPECT_EQ(thrownByAStoppable(plan, stop).error(), EINTR);
+    EXPECT_GT(calls::patience, 0) << "else the flag is not seen while it waits";
+}
+
+TEST(WriterFault, OfADescriptorIsToldBehindWaitsThatNothingIsToEnd) {
+    calls::Plan plan;
+    plan = planOfWaits([&] { plan.always["write"] = EPIPE; });
+    const TraceException exception = thrownBy(plan, [&] {
+        const Descriptor nothing("/dev/null", O_WRONLY);
+        TraceWriter writer(nothing);
+        writer.write(content());
+    });
+    EXPECT_EQ(exception.error(), EPIPE);
+    EXPECT_LT(calls::patience, 0) << "there is no flag to be looked at";
 }
 
 // ---- Reading -----------------------------------------------------------------------------------
