@@ -492,7 +492,13 @@ std::ostream& operator<<(std::ostream& os, const InvalidMessage& im) {
 std::ostream& InvalidMessage::print(std::ostream& os) const { return os << *this; }
 
 std::string InvalidMessage::toString() const {
+    // The longest text but for the strings and the payload.
+    constexpr std::string_view FRAME =
+        ": YYYY-MM-DD HH:MM:SS.uuuuuu  : Id=0xffff, Invalid enum value ''=0xffff, n=65536 "
+        " *** OVERRFLOW";
     std::string text;
+    text.reserve(FRAME.size() + source.size() + description.size() + enumDescription.size() +
+                 vek::detail::HEX_BYTE_LENGTH * size());
     TextBuffer<std::string> out(text);
     putInvalidMessage(out, *this);
     return text;

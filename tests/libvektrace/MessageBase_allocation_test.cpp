@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "libvektrace/MessageBase.h"
+#include "libvektrace/SimpleMessage.h"
 #include "support/Settings.h"
 #include "support/TestMessage.h"
 #include "support/allocations.h"
@@ -98,6 +99,26 @@ TEST_F(Allocations, TextAsAStringTakesTheStringOnly) {
     EXPECT_EQ(allocations::madeBy([] { MessageBase::printTimestamp(5); }), 1);
     EXPECT_EQ(allocations::madeBy([&] { message.MessageBase::toString(); }), 1);
     EXPECT_EQ(allocations::madeBy([&] { message.toString(); }), 1);
+}
+
+TEST_F(Allocations, TextOfAnInvalidMessageTakesTheStringOnlyHoweverLongItIs) {
+    for (const size_t length : {0u, 340u, 1400u, 65536u, 65537u}) {
+        for (const std::string& text : {std::string(), std::string(2000, 't')}) {
+            const byteVec_t record(14 + length, 0xFF);
+            InvalidMessage message(record.data(), record.size());
+            message.source = text;
+            message.setDescription(text.c_str());
+            message.setInvalidEnumValue(0xFFFF, text);
+            EXPECT_EQ(allocations::madeBy([&] { message.toString(); }), 1) << length;
+            EXPECT_EQ(allocations::madeBy([&] { message.MessageBase::toString(); }),
+                      text.size() > 900 ? 2 : 1);
+        }
+    }
+}
+
+TEST_F(Allocations, TextOfASimpleMessageTakesOneForTheCommonTextAndOneForItsOwn) {
+    const SimpleMessage<MSGID_STARTUP> message(5);
+    EXPECT_EQ(allocations::madeBy([&] { message.toString(); }), 2);
 }
 
 TEST_F(Allocations, ASizeErrorTakesNoneAndIsReportedWithoutMemoryToo) {
