@@ -30,20 +30,23 @@ char* writeLayout(char* out, Number year, Number month, Number day, Number hour,
 
 // ---- Any fields --------------------------------------------------------------------------------
 
-/// Two digits, or a plain decimal number where two digits do not hold it. Room: 11.
+/// Room for a field of a tm, and for its year, which counts from 1900.
+inline constexpr size_t ANY_FIELD_ROOM = sizeof "-2147483648" - 1;
+
+/// Two digits, or a plain decimal number where two digits do not hold it. Room: ANY_FIELD_ROOM.
 inline char* writeAnyField(char* out, int64_t value) {
     return value >= 0 && value < 100 ? writeTwoDigits(out, static_cast<uint32_t>(value))
-                                     : writeDecimal(out, value);
+                                     : writeDecimal(out, value, ANY_FIELD_ROOM);
 }
 
-/// Four digits, or a plain decimal number where four digits do not hold it. Room: 11.
+/// Four digits, or a plain decimal number where four digits do not hold it. Room: ANY_FIELD_ROOM.
 inline char* writeAnyYear(char* out, int64_t year) {
     return year >= 0 && year < 10000 ? writeFourDigits(out, static_cast<uint32_t>(year))
-                                     : writeDecimal(out, year);
+                                     : writeDecimal(out, year, ANY_FIELD_ROOM);
 }
 
 /// Room for writeCalendar: six numbers and five separators.
-inline constexpr size_t CALENDAR_ROOM = 6 * 11 + 5;
+inline constexpr size_t CALENDAR_ROOM = 6 * ANY_FIELD_ROOM + 5;
 
 inline char* writeCalendar(char* out, const tm& t) {
     return writeLayout<int64_t, writeAnyYear, writeAnyField>(out, int64_t{t.tm_year} + 1900,

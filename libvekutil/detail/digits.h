@@ -29,9 +29,9 @@ inline char* writeFourDigits(char* out, uint32_t value) {
     return writeTwoDigits(writeTwoDigits(out, value / 100), value % 100);
 }
 
-/// A decimal number, as short as possible. Room: DECIMAL_ROOM.
-inline char* writeDecimal(char* out, int64_t value) {
-    return std::to_chars(out, out + DECIMAL_ROOM, value).ptr;
+/// A decimal number, as short as possible. Room: `room`, which suffices for it.
+inline char* writeDecimal(char* out, int64_t value, size_t room = DECIMAL_ROOM) {
+    return std::to_chars(out, out + room, value).ptr;
 }
 
 }  // namespace vek::detail

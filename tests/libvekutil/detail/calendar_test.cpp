@@ -93,6 +93,15 @@ TEST(Room, IsWhatTheLongestCalendarTextTakes) {
     EXPECT_EQ(vek::detail::writeUtc(text, LAST), text + vek::detail::UTC_ROOM);
 }
 
+TEST(Room, OfAFieldIsAllThatIsGivenAway) {
+    // A number of another origin than a tm, too long for it.
+    for (const auto write : {vek::detail::writeAnyField, vek::detail::writeAnyYear}) {
+        char text[] = "....................";
+        write(text, std::numeric_limits<int64_t>::min());
+        EXPECT_STREQ(text + vek::detail::ANY_FIELD_ROOM, ".........");
+    }
+}
+
 TEST(Room, IsWhatTheLongestNumberTakes) {
     char text[2 * vek::detail::DECIMAL_ROOM];
     char* const end = vek::detail::writeDecimal(text, std::numeric_limits<int64_t>::min());
