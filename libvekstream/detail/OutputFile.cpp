@@ -40,8 +40,10 @@ std::string withoutLinks(std::string path) {
         if (link.empty()) {
             return path;
         }
-        const size_t kept = link.front() == '/' ? 0 : path.rfind('/') + 1;
-        path.replace(kept, std::string::npos, link);
+        if (link.front() == '/') {
+            path.clear();
+        }
+        path = folderOf(path) + link;
     }
     throw IoError(ELOOP);
 }

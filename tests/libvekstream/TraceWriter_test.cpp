@@ -265,6 +265,17 @@ TEST(TraceWriter, MakesTheFileThatALinkLeadsTo) {
     EXPECT_EQ(hex(folder.content("trace")), hex(CONTENT));
 }
 
+TEST(TraceWriter, FollowsALinkInTheCurrentFolderByABareName) {
+    const TemporaryFolder folder;
+    std::filesystem::create_symlink("trace", folder.path("link"));
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.path("."));
+    writeFile("link", TraceWriter::EXISTING_REFUSE);
+    std::filesystem::current_path(before);
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.path("link")));
+    EXPECT_EQ(hex(folder.content("trace")), hex(CONTENT));
+}
+
 TEST(TraceWriter, RefusesAFileThatALinkLeadsTo) {
     const TemporaryFolder folder;
     folder.write("trace", OTHER);
