@@ -23,8 +23,12 @@ constexpr int GZIP_ONLY = 16;
 class GzipSource final : public CompressedSource {
 public:
     explicit GzipSource(const CompressedInput& input) : CompressedSource("gzip input: ", input) {
-        if (inflateInit2(&stream, MAX_WBITS + GZIP_ONLY) != Z_OK) {
+        const int status = inflateInit2(&stream, MAX_WBITS + GZIP_ONLY);
+        if (status == Z_MEM_ERROR) {
             throw std::bad_alloc();
+        }
+        if (status != Z_OK) {
+            fail(zError(status));
         }
     }
     ~GzipSource() override { inflateEnd(&stream); }

@@ -58,9 +58,23 @@ TEST(GzipTrace, IsNotFilledUpWithAnythingElse) {
     EXPECT_EQ(reading.reason, "gzip input: incorrect header check");
 }
 
+/// What the program was compiled for, where not null.
+const char* otherVersion = nullptr;
+
+TEST(GzipTrace, IsNotReadByAZlibOfAnotherVersion) {
+    const auto file = memoryFile(gzip(traceOf(3)));
+    otherVersion = "0";
+    const Reading reading(*file);
+    otherVersion = nullptr;
+    EXPECT_EQ(reading.spans, "");
+    EXPECT_EQ(reading.reason, "gzip input: incompatible version");
+    EXPECT_EQ(reading.failedAt, 0U);
+    EXPECT_EQ(reading.error, 0);
+}
+
 }  // namespace
 
-/// In the place of zlib's, so that its allocations can fail too.
+/// In the place of zlib's, so that its allocations can fail too, and its version be another.
 extern "C" [[gnu::visibility("default")]] int inflateInit2_(z_streamp stream, int windowBits,
                                                             const char* version, int size) {
     using init_t = int (*)(z_streamp, int, const char*, int);
@@ -69,5 +83,5 @@ extern "C" [[gnu::visibility("default")]] int inflateInit2_(z_streamp stream, in
         return FailingAllocation::allocate(size_t{count} * length);
     };
     stream->zfree = [](void*, void* memory) { FailingAllocation::release(memory); };
-    return original(stream, windowBits, version, size);
+    return original(stream, windowBits, otherVersion != nullptr ? otherVersion : version, size);
 }
