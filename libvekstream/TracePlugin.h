@@ -41,12 +41,13 @@ static_assert(sizeof(TracePluginInfo) == 112, "no padding, on any machine");
 /// The first bytes of a TracePluginInfo, by which it is known.
 inline constexpr char TRACE_PLUGIN_MAGIC[] = "VEKPLUG";
 
-/// Texts that are too long do not compile.
+/// Texts that are empty or too long do not compile.
 template <size_t nameSize, size_t versionSize>
 constexpr TracePluginInfo makeTracePluginInfo(const char (&name)[nameSize],
                                               const char (&version)[versionSize]) {
     TracePluginInfo info = {};
     static_assert(sizeof TRACE_PLUGIN_MAGIC == sizeof info.magic);
+    static_assert(nameSize > 1 && versionSize > 1, "name and version are not empty");
     static_assert(nameSize <= sizeof info.name && versionSize <= sizeof info.version);
     for (size_t i = 0; i < sizeof info.magic; ++i) {
         info.magic[i] = TRACE_PLUGIN_MAGIC[i];
