@@ -59,8 +59,9 @@ public:
     RecordScanner& operator=(RecordScanner&& other) noexcept;
     /// @}
 
-    /// The bytes from position() on, in memory that stays while spans are taken from it. May be
-    /// called again at any time, with the same bytes and more.
+    /// The bytes from position() on, in memory that stays while spans are taken from it; null where
+    /// there are none. May be called again at any time, with the same bytes and more, never with
+    /// fewer; after INPUT_ENDS only with those that are left, and with INPUT_ENDS.
     void setInput(const uint8_t* data, size_t length, inputEnd_t end = INPUT_ENDS);
 
     /// Takes the next span. False: `span` is untouched; at INPUT_ENDS there is none any more, else

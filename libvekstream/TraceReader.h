@@ -1,6 +1,10 @@
 /// @file
 /// Reads a trace from a file, a pipe or a growing file, plain or compressed, in bounded memory.
 ///
+/// However long the trace is, that is less than 1 MiB: a window of 768 KiB, about 16 KiB for the scanner
+/// and for compressed input 64 KiB of that. What zlib and libzstd take comes on top: the one about
+/// 40 KiB, the other what the frame asks for, with a window of up to 8 MiB.
+///
 /// Threads: one reader is used by one thread at a time. Only the flag of TraceReaderOptions::stop
 /// may be set from elsewhere, also from a signal handler.
 #pragma once
@@ -38,10 +42,11 @@ VEK_EXPORT bool canReadGzip();
 VEK_EXPORT bool canReadZstd();
 /// @}
 
-/// Reads a trace span by span, from a window of bounded size.
+/// Reads a trace span by span.
 class VEK_EXPORT TraceReader {
 public:
-    /// Reads from where `fd` stands: 0, or what open(2) returned. It stays the caller's and open.
+    /// Reads from where `fd` stands, but nothing before next(): any descriptor that can be read. It stays
+    /// the caller's and open. Throws only std::bad_alloc.
     explicit TraceReader(int fd, const TraceReaderOptions& options = TraceReaderOptions());
     ~TraceReader();
     TraceReader(const TraceReader&) = delete;

@@ -1,7 +1,8 @@
 /// @file
 /// Writes a file that is there as a whole under its name, or not at all.
 ///
-/// Threads: one writer is used by one thread at a time.
+/// Threads: one writer is used by one thread at a time. Only the flag of setStop may be set from
+/// elsewhere, also from a signal handler.
 ///
 /// Signals: where nobody reads a pipe any more, or a file reaches the process's limit, the system
 /// sends SIGPIPE or SIGXFSZ. A program that wants the exception instead ignores these.
@@ -31,22 +32,24 @@ public:
     };
 
     /// Writes beside `path`, in the same folder under a name of its own; where `path` is a symbolic
-    /// link, beside the file that it leads to. A pipe or a device is written to as it is. Throws
-    /// TraceException when that is refused, or the file exists and is not to be replaced.
+    /// link, beside the file that it leads to. A pipe or a device is written to as it is, a block device
+    /// only with EXISTING_REPLACE. Throws TraceException when that is refused, or the file exists and
+    /// is not to be replaced, and std::bad_alloc.
     explicit TraceWriter(const std::string& path, existing_t existing = EXISTING_REFUSE);
-    /// Writes to `fd` as it is: a pipe, a terminal. It stays the caller's and open.
+    /// Writes to `fd` as it is: a pipe, a terminal. It stays the caller's and open. Throws only
+    /// std::bad_alloc.
     explicit TraceWriter(int fd);
     /// Without a commit() removes what was written to a file, and drops what is not written yet.
     ~TraceWriter();
     TraceWriter(const TraceWriter&) = delete;
     TraceWriter& operator=(const TraceWriter&) = delete;
 
-    /// Where not null: once it is true, a write that would have to wait fails with EINTR. It may be set
-    /// from another thread or a signal handler, and must outlive the writer.
+    /// Where not null: once it is true, a write that would have to wait fails with EINTR. Must outlive
+    /// the writer.
     ///
-    /// Where the descriptor does not wait by itself (O_NONBLOCK) it is looked at now and then meanwhile.
-    /// Where it does, the system waits and looks at no flag: only a signal ends that, one that is
-    /// handled without SA_RESTART and comes when the write waits already.
+    /// While it waits for a descriptor with O_NONBLOCK the writer looks at the flag now and then. Into
+    /// one that blocks it is the system that waits, and looks at no flag: only a signal ends that, one
+    /// that is handled without SA_RESTART and comes when the write waits already.
     void setStop(const std::atomic<bool>* _stop) { stop = _stop; }
 
     /// Takes over a copy of the bytes; writes when there are enough. Throws TraceException when the
@@ -56,7 +59,7 @@ public:
     void write(const uint8_t* data, size_t length);
     void write(const byteVec_t& bytes) { write(bytes.data(), bytes.size()); }
     /// @}
-    /// Writes what was taken over so far.
+    /// Writes what was taken over so far; throws as write() does.
     void flush();
     /// Writes the rest, makes a file safe on its storage and gives it its name. Throws TraceException
     /// and leaves no file, when the system refuses. (Only when the folder cannot be made safe the

@@ -27,7 +27,7 @@ public:
     /// IM_MISC, an empty text, the value 0.
     InvalidMessageException() = default;
 
-    /// `text` is copied; null throws std::logic_error. The invalid value is 0.
+    /// `text` is copied and must not be null. The invalid value is 0.
     explicit InvalidMessageException(invalidMessageCause_t _cause, const char* text)
         : InvalidMessageException(_cause, text, 0) {}
 
