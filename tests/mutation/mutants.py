@@ -86,9 +86,11 @@ def blanked(source):
 
 
 def numbers_instead(text):
-    value = int(text, 0)
+    octal = re.fullmatch("0[0-7]+", text) is not None
+    value = int(text, 8 if octal else 0)
     others = [value + 1] + ([value - 1] if value > 0 else []) + ([0] if value > 1 else [])
-    return [hex(other) if text.startswith("0x") else str(other) for other in others]
+    write = hex if text.startswith("0x") else "0{:o}".format if octal else str
+    return [write(other) for other in others]
 
 
 def closing(code, position):

@@ -25,6 +25,7 @@ class MutantsTest(unittest.TestCase):
         self.assertEqual(results("x(7u);\n"), ["x(0u);\n", "x(6u);\n", "x(8u);\n"])
         self.assertEqual(results("x(0xff);\n"), ["x(0x0);\n", "x(0x100);\n", "x(0xfe);\n"])
         self.assertEqual(results("x(0);\n"), ["x(1);\n"])
+        self.assertEqual(results("x(0777);\n"), ["x(00);\n", "x(01000);\n", "x(0776);\n"])
         self.assertEqual(changes("uint16_t x2 = y16;\n"), [])
 
     def test_comments_texts_directives_and_static_assertions_stay(self):
