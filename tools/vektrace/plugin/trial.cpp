@@ -22,7 +22,7 @@ namespace vek::program {
 namespace {
 
 /// The status of a child that came to its end, which is not the one that a stray exit() would give.
-constexpr int DONE = 99;
+constexpr int DONE = 113;
 
 /// Nobody sees what the child writes, and it ends as quietly as it can.
 void closeOff() {
