@@ -35,7 +35,7 @@ std::string linkText(const std::string& path) {
 /// Also where the last link leads to a file that does not exist yet.
 std::string withoutLinks(std::string path) {
     constexpr int MOST_LINKS = 40;
-    for (int i = 0; i < MOST_LINKS; ++i) {
+    for (int i = 0; i <= MOST_LINKS; ++i) {
         const std::string link = linkText(path);
         if (link.empty()) {
             return path;
@@ -43,7 +43,8 @@ std::string withoutLinks(std::string path) {
         if (link.front() == '/') {
             path.clear();
         }
-        path = folderOf(path) + link;
+        path = folderOf(path);
+        path += link;
     }
     throw IoError(ELOOP);
 }

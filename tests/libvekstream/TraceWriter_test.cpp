@@ -276,6 +276,18 @@ TEST(TraceWriter, FollowsALinkInTheCurrentFolderByABareName) {
     EXPECT_EQ(hex(folder.content("trace")), hex(CONTENT));
 }
 
+TEST(TraceWriter, FollowsAsManyLinksAsTheSystemDoes) {
+    const TemporaryFolder folder;
+    const auto name = [&](int i) { return folder.path("link" + std::to_string(i)); };
+    std::filesystem::create_symlink("trace", name(1));
+    for (int i = 2; i <= 41; ++i) {
+        std::filesystem::create_symlink(name(i - 1), name(i));
+    }
+    EXPECT_EQ(errorOf([&] { TraceWriter writer(name(41)); }), ELOOP);
+    writeFile(name(40), TraceWriter::EXISTING_REFUSE);
+    EXPECT_EQ(hex(folder.content("trace")), hex(CONTENT));
+}
+
 TEST(TraceWriter, RefusesAFileThatALinkLeadsTo) {
     const TemporaryFolder folder;
     folder.write("trace", OTHER);
