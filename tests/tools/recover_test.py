@@ -287,6 +287,13 @@ class RecoverLedgerTest(Case):
         ):
             result = self.recover(*arguments, expect=2)
             self.assertIn("--output and --ledger are the same", result.complaint)
+        os.symlink("out.vkt", self.path("link"))
+        os.symlink("link", self.path("second"))
+        for arguments in (("-o", "out.vkt", "--ledger", "second"), ("-o", "link", "--ledger", "out.vkt")):
+            result = self.recover(*arguments, "--force", expect=2)
+            self.assertIn("--output and --ledger are the same", result.complaint)
+        for link in ("link", "second"):
+            os.unlink(self.path(link))
         result = self.recover("-o", "out.vkt", "-f", "--ledger", "in.vkt", expect=1)
         self.assertIn("in.vkt: is also an input", result.complaint)
         self.assertEqual(self.files(), ["in.vkt"])

@@ -41,8 +41,12 @@ bool isStandardOutput(const std::string& path) {
 }  // namespace
 
 bool isSameTarget(const std::string& one, const std::string& other) {
-    const auto target = [](const std::filesystem::path& path) {
+    const auto target = [](std::filesystem::path path) {
         std::error_code error;
+        // Whatever a link leads to need not be there.
+        for (int links = 0; links < 40 && std::filesystem::is_symlink(path, error); ++links) {
+            path = path.parent_path() / std::filesystem::read_symlink(path, error);
+        }
         std::filesystem::path real = std::filesystem::absolute(path, error);
         real = error ? real : std::filesystem::weakly_canonical(real, error);
         return error ? path.lexically_normal() : real;  // whoever opens it tells why
