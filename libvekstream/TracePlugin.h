@@ -41,7 +41,7 @@ static_assert(sizeof(TracePluginInfo) == 112, "no padding, on any machine");
 /// The first bytes of a TracePluginInfo, by which it is known.
 inline constexpr char TRACE_PLUGIN_MAGIC[] = "VEKPLUG";
 
-/// Texts that are empty or too long do not compile.
+/// Texts that are empty or too long do not compile. That they are printable is not checked here.
 template <size_t nameSize, size_t versionSize>
 constexpr TracePluginInfo makeTracePluginInfo(const char (&name)[nameSize],
                                               const char (&version)[versionSize]) {

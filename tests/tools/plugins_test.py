@@ -3,12 +3,15 @@
 import json
 import os
 import shutil
+import signal
 import struct
+import subprocess
+import time
 from random import Random
 
 from making_support import ETHERNET, INTERFACE, NAME, PING, SIZE, VERSION, PluginCase, plugin
 from schema_test import validator
-from support import BEGIN, STARTUP, environment, record
+from support import BEGIN, PATIENCE, STARTUP, environment, record
 
 # The plugins are made for the machine of the program, which need not be this one.
 with open(plugin("ping"), "rb") as ping:
@@ -178,6 +181,24 @@ class Checking(PluginCase):
                 self.assertEqual((result.status, result.out), (1, b""), ending)
                 complaint = f"vektrace: {plugin('ending')}: {reason}\n"
                 self.assertEqual(result.complaint, complaint)
+
+    def test_plugins_are_tried_before_the_first_one_is_loaded(self):
+        # At its end the trial of the second one would remove what the first one has made.
+        self.write("a.vkt", record(PING, BEGIN))
+        arguments = ("--plugin", plugin("ending"), "--plugin", plugin("nameless"), "a.vkt")
+        result = self.run_program("dump", *arguments)
+        self.assertNotIn("no message", result.text + result.complaint)
+        self.assertIn("Id=0x8008", result.text)
+
+    def test_a_signal_ends_trying_at_once(self):
+        arguments = ["plugins"] + 9 * ["--plugin", plugin("ending")]
+        streams = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE}
+        process = self.start(*arguments, env=environment(ENDING="wait"), **streams)
+        end = time.monotonic() + PATIENCE
+        while "state" not in self.files():
+            self.assertLess(time.monotonic(), end, "it is not loaded")
+            time.sleep(0.01)
+        self.assertEqual(self.interrupt(process).status, 128 + signal.SIGINT)
 
     def test_a_segment_for_which_only_its_address_counts_may_lie_anywhere_in_the_file(self):
         # Some linkers write 0 for the place of what is made read-only.

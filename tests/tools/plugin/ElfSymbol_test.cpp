@@ -337,6 +337,8 @@ TYPED_TEST(ElfSymbol, RefusesAnObjectWithoutExports) {
     using parts_t = Parts<TypeParam>;
     EXPECT_EQ(this->refusal([](parts_t& p) { p.sections[1].sh_type = SHT_SYMTAB; }),
               "it has no table of exported symbols");
+    EXPECT_EQ(this->refusal([](parts_t& p) { p.header.e_shentsize = p.header.e_shnum = 0; }),
+              "it has no table of sections");
     EXPECT_EQ(this->refusal([](parts_t& p) { p.sections[1].sh_link = 3; }),
               "its symbols have no names");
 }

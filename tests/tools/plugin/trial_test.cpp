@@ -2,12 +2,17 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
+#include <functional>
 #include <iostream>
 #include <stdexcept>
 #include <string>
+
+#include "tools/vektrace/program/errors.h"
 
 using namespace vek::program;
 
@@ -15,8 +20,9 @@ namespace {
 
 std::string endOf(const std::function<void()>& task,
                   std::chrono::seconds most = std::chrono::seconds(60)) {
+    static const std::atomic<bool> stop = false;
     try {
-        runOnTrial(task, most);
+        runOnTrial(task, most, stop);
         return "well";
     } catch (const TrialError& e) {
         return e.what();
@@ -56,6 +62,17 @@ TEST(Trial, EndsWhatTakesTooLong) {
     };
     EXPECT_EQ(endOf(wait, std::chrono::seconds(0)), "takes too long");
     EXPECT_EQ(endOf(wait, std::chrono::seconds(1)), "takes too long");
+}
+
+TEST(Trial, OfAProcessThatIsToStopIsInterrupted) {
+    const std::atomic<bool> stop = true;
+    const auto wait = [] {
+        for (;;) {
+            pause();
+        }
+    };
+    EXPECT_THROW(runOnTrial(wait, std::chrono::seconds(60), stop), Interrupted);
+    EXPECT_EQ(waitpid(-1, nullptr, 0), -1) << "no child is left";
 }
 
 TEST(Trial, IsTheSameWhereTheEndOfChildrenIsIgnored) {

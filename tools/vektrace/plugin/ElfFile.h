@@ -71,6 +71,9 @@ public:
         }
         segments = table<segment_t>(header.e_phoff, header.e_phnum, header.e_phentsize,
                                     "its table of segments");
+        if (header.e_shnum == 0) {
+            throw ElfError("it has no table of sections");
+        }
         sections = table<section_t>(header.e_shoff, header.e_shnum, header.e_shentsize,
                                     "its table of sections");
     }

@@ -167,7 +167,8 @@ void loadInto(Plugin& plugin, const std::string& path, const byteVec_t& info) {
     registerMessages({&plugin, &registerMessage});
 }
 
-/// Decodes a record without payload, as any trace may bring one.
+/// Decodes a record without payload, as any trace may bring one. Whatever a creator throws is no
+/// end of the process.
 void decodeHeader(msgid_t id) {
     byteVec_t record(MessageBase::MO_BASE_DERIVED);
     uint16ToByteArray(&record[MessageBase::MO_MSGSIZE],
@@ -175,35 +176,41 @@ void decodeHeader(msgid_t id) {
     uint16ToByteArray(&record[MessageBase::MO_MSGID], static_cast<uint16_t>(id));
     try {
         delete MessageBase::readFromByteArray(record.data(), record.size());
-    } catch (const std::exception&) {
+    } catch (...) {
         return;
     }
 }
 
-/// Far more than any plugin needs.
-constexpr std::chrono::seconds MAX_LOADING(10);
-
 /// All that the program will do with it, as the system's loader trusts a file, and a damaged one
 /// may end the process at any of these steps.
-void tryPlugin(Plugin plugin, const std::string& path, const byteVec_t& info) {
+void loadAndDecode(const std::string& path, const byteVec_t& info) {
+    Plugin plugin;
     loadInto(plugin, path, info);
     for (const msgid_t id : plugin.identifiers) {
         decodeHeader(id);
     }
 }
 
+/// Far more than any plugin needs.
+constexpr std::chrono::seconds MAX_LOADING(10);
+
 }  // namespace
 
-Plugin loadPlugin(const std::string& path) {
-    const byteVec_t info = readInfo(path);
-    Plugin plugin = describePlugin(info);
+TriedPlugin tryPlugin(const std::string& path, const std::atomic<bool>& stop) {
     const std::string name = explicitPath(path);
+    const byteVec_t info = readInfo(path);
+    TriedPlugin tried = {name, info, describePlugin(info)};
     try {
-        runOnTrial([&] { tryPlugin(plugin, name, info); }, MAX_LOADING);
+        runOnTrial([&] { loadAndDecode(name, info); }, MAX_LOADING, stop);
     } catch (const TrialError& e) {
         throw PluginError(std::string("loading it ") + e.what());
     }
-    loadInto(plugin, name, info);
+    return tried;
+}
+
+Plugin loadPlugin(const TriedPlugin& tried) {
+    Plugin plugin = tried.description;
+    loadInto(plugin, tried.path, tried.info);
     return plugin;
 }
 

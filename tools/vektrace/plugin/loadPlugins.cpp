@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -31,17 +32,18 @@ std::string refusalText(msgid_t id) {
                : fmt::format("it brings no message class for {}", identifierText(id));
 }
 
-void load(Session& session, const std::string& path) {
-    Plugin plugin = loadPlugin(path);
+void load(Session& session, const std::string& path, const TriedPlugin& tried) {
+    Plugin plugin = loadPlugin(tried);
     for (const msgid_t id : plugin.refused) {
         session.note(failureText(path, refusalText(id)));
     }
     plugins().push_back({path, std::move(plugin)});
 }
 
-bool tryToLoad(Session& session, const std::string& path) {
+/// Whether the step was done; if not the session is told why.
+bool isDone(Session& session, const std::string& path, const std::function<void()>& step) {
     try {
-        load(session, path);
+        step();
         return true;
     } catch (const PluginError& e) {
         session.error(failureText(path, e.what()));
@@ -54,9 +56,18 @@ bool tryToLoad(Session& session, const std::string& path) {
 }  // namespace
 
 bool loadPlugins(Session& session) {
+    std::vector<std::pair<std::string, TriedPlugin>> tried;
     bool complete = true;
     for (const std::string& path : session.plugins) {
-        complete = tryToLoad(session, path) && complete;
+        complete =
+            isDone(session, path,
+                   [&] { tried.emplace_back(path, tryPlugin(path, *session.stopFlag())); }) &&
+            complete;
+    }
+    for (const auto& [path, plugin] : tried) {
+        complete = isDone(session, path,
+                          [&, &path = path, &plugin = plugin] { load(session, path, plugin); }) &&
+                   complete;
     }
     return complete;
 }

@@ -1,6 +1,7 @@
 #include "tools/vektrace/plugin/trial.h"
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/types.h>
 #include <sys/wait.h>
@@ -28,8 +29,11 @@ constexpr int DONE = 113;
 void closeOff() {
     const int nothing = open("/dev/null", O_RDWR);
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        static_cast<void>(dup2(nothing, descriptor));
+        if (dup2(nothing, descriptor) == -1) {
+            close(descriptor);
+        }
     }
+    static_cast<void>(prctl(PR_SET_PDEATHSIG, SIGKILL));
     const rlimit none = {};
     static_cast<void>(setrlimit(RLIMIT_CORE, &none));
 }
@@ -42,16 +46,24 @@ void closeOff() {
     std::exit(DONE);
 }
 
+void end(pid_t child) {
+    static_cast<void>(kill(child, SIGKILL));
+    static_cast<void>(waitpid(child, nullptr, 0));
+}
+
 /// The status of the child at its end. What takes too long is killed from here, as the child may
 /// have any signal blocked.
-int statusOf(pid_t child, std::chrono::seconds most) {
-    const auto end = std::chrono::steady_clock::now() + most;
+int statusOf(pid_t child, std::chrono::seconds most, const std::atomic<bool>& stop) {
+    const auto latest = std::chrono::steady_clock::now() + most;
     int status = 0;
     pid_t ended = 0;
     while ((ended = waitpid(child, &status, WNOHANG)) == 0) {
-        if (std::chrono::steady_clock::now() >= end) {
-            static_cast<void>(kill(child, SIGKILL));
-            static_cast<void>(waitpid(child, &status, 0));
+        if (stop) {
+            end(child);
+            throw Interrupted();
+        }
+        if (std::chrono::steady_clock::now() >= latest) {
+            end(child);
             throw TrialError("takes too long");
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -63,13 +75,14 @@ int statusOf(pid_t child, std::chrono::seconds most) {
 }
 
 std::string howItEnded(int status) {
-    const std::string end = "ends the process";
-    return WIFSIGNALED(status) ? end + ": " + strsignal(WTERMSIG(status)) : end;
+    const std::string text = "ends the process";
+    return WIFSIGNALED(status) ? text + ": " + strsignal(WTERMSIG(status)) : text;
 }
 
 }  // namespace
 
-void runOnTrial(const std::function<void()>& task, std::chrono::seconds most) {
+void runOnTrial(const std::function<void()>& task, std::chrono::seconds most,
+                const std::atomic<bool>& stop) {
     // Where whoever started this process has it ignored, nothing could be learnt of a child's end.
     static_cast<void>(std::signal(SIGCHLD, SIG_DFL));
     const pid_t child = fork();
@@ -79,7 +92,7 @@ void runOnTrial(const std::function<void()>& task, std::chrono::seconds most) {
     if (child == 0) {
         runChild(task);
     }
-    const int status = statusOf(child, most);
+    const int status = statusOf(child, most, stop);
     if (!WIFEXITED(status) || WEXITSTATUS(status) != DONE) {
         throw TrialError(howItEnded(status));
     }
