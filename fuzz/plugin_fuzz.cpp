@@ -115,6 +115,7 @@ private:
         needRange(0, wide ? 64 : 52);
         need(number(16, 2) == 3);  // a shared object
         const unsigned counts = wide ? 54 : 42;
+        need(number(counts + 6, 2) > 0);  // has sections
         return {
             table(word(0, 28, 32), number(counts + 2, 2), number(counts, 2), wide ? 56 : 32),
             table(word(0, 32, 40), number(counts + 6, 2), number(counts + 4, 2), wide ? 64 : 40)};
