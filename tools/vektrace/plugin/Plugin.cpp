@@ -158,7 +158,7 @@ bool registerMessage(void* loader, msgid_t id, pCreatorFunction creator) {
 
 /// Loads what has said `info` of itself, and has it register its messages for `plugin`.
 void loadInto(Plugin& plugin, const std::string& path, const byteVec_t& info) {
-    void* const object = load(path);
+    void* const object = load(explicitPath(path));
     if (std::memcmp(symbolOf(object, INFO), info.data(), info.size()) != 0) {
         throw PluginError("another file when it was loaded than when it was read");
     }
@@ -197,11 +197,10 @@ constexpr std::chrono::seconds MAX_LOADING(10);
 }  // namespace
 
 TriedPlugin tryPlugin(const std::string& path, const std::atomic<bool>& stop) {
-    const std::string name = explicitPath(path);
     const byteVec_t info = readInfo(path);
-    TriedPlugin tried = {name, info, describePlugin(info)};
+    TriedPlugin tried = {path, info, describePlugin(info)};
     try {
-        runOnTrial([&] { loadAndDecode(name, info); }, MAX_LOADING, stop);
+        runOnTrial([&] { loadAndDecode(path, info); }, MAX_LOADING, stop);
     } catch (const TrialError& e) {
         throw PluginError(std::string("loading it ") + e.what());
     }

@@ -27,7 +27,7 @@ class PluginError : public std::runtime_error {
 
 /// A plugin that can be loaded.
 struct TriedPlugin {
-    std::string path;    ///< with a slash
+    std::string path;
     byteVec_t info;      ///< its TracePluginInfo
     Plugin description;  ///< what this says, without identifiers
 };

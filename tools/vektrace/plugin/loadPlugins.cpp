@@ -32,12 +32,12 @@ std::string refusalText(msgid_t id) {
                : fmt::format("it brings no message class for {}", identifierText(id));
 }
 
-void load(Session& session, const std::string& path, const TriedPlugin& tried) {
+void load(Session& session, const TriedPlugin& tried) {
     Plugin plugin = loadPlugin(tried);
     for (const msgid_t id : plugin.refused) {
-        session.note(failureText(path, refusalText(id)));
+        session.note(failureText(tried.path, refusalText(id)));
     }
-    plugins().push_back({path, std::move(plugin)});
+    plugins().push_back({tried.path, std::move(plugin)});
 }
 
 /// Whether the step was done; if not the session is told why.
@@ -56,18 +56,14 @@ bool isDone(Session& session, const std::string& path, const std::function<void(
 }  // namespace
 
 bool loadPlugins(Session& session) {
-    std::vector<std::pair<std::string, TriedPlugin>> tried;
+    std::vector<TriedPlugin> tried;
     bool complete = true;
     for (const std::string& path : session.plugins) {
-        complete =
-            isDone(session, path,
-                   [&] { tried.emplace_back(path, tryPlugin(path, *session.stopFlag())); }) &&
-            complete;
+        const auto step = [&] { tried.push_back(tryPlugin(path, *session.stopFlag())); };
+        complete = isDone(session, path, step) && complete;
     }
-    for (const auto& [path, plugin] : tried) {
-        complete = isDone(session, path,
-                          [&, &path = path, &plugin = plugin] { load(session, path, plugin); }) &&
-                   complete;
+    for (const TriedPlugin& plugin : tried) {
+        complete = isDone(session, plugin.path, [&] { load(session, plugin); }) && complete;
     }
     return complete;
 }

@@ -46,7 +46,7 @@ void closeOff() {
     std::exit(DONE);
 }
 
-void end(pid_t child) {
+void killAndCollect(pid_t child) {
     static_cast<void>(kill(child, SIGKILL));
     static_cast<void>(waitpid(child, nullptr, 0));
 }
@@ -59,11 +59,11 @@ int statusOf(pid_t child, std::chrono::seconds most, const std::atomic<bool>& st
     pid_t ended = 0;
     while ((ended = waitpid(child, &status, WNOHANG)) == 0) {
         if (stop) {
-            end(child);
+            killAndCollect(child);
             throw Interrupted();
         }
         if (std::chrono::steady_clock::now() >= latest) {
-            end(child);
+            killAndCollect(child);
             throw TrialError("takes too long");
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
