@@ -6,6 +6,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <memory>
+
 #include "fuzz/support/Script.h"
 #include "libvekstream/TraceReader.h"
 #include "libvekstream/scanner/scan.h"
@@ -85,8 +87,11 @@ byteVec_t gzipped(const byteVec_t& plain) {
 #ifdef FUZZ_WITH_ZSTD
 
 Content unzstd(const byteVec_t& file) {
-    static ZSTD_DStream* const stream = ZSTD_createDStream();
-    ZSTD_DCtx_reset(stream, ZSTD_reset_session_only);
+    // A new one each time: what one has kept of a frame before lets it go on beyond the length that a
+    // later frame has.
+    const std::unique_ptr<ZSTD_DStream, decltype(&ZSTD_freeDStream)> owner(ZSTD_createDStream(),
+                                                                           &ZSTD_freeDStream);
+    ZSTD_DStream* const stream = owner.get();
     ZSTD_DCtx_setParameter(stream, ZSTD_d_windowLogMax, 23);
     Content content;
     byteVec_t part(ENOUGH / 16);
