@@ -77,6 +77,6 @@ public:
     framing_t framing() const;
 
 private:
-    struct State;
+    struct VEK_HIDDEN State;
     std::unique_ptr<State> state;
 };

@@ -67,6 +67,6 @@ public:
     /// @}
 
 private:
-    struct State;
+    struct VEK_HIDDEN State;
     std::unique_ptr<State> state;
 };

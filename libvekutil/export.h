@@ -8,3 +8,6 @@
 
 /// Stands in front of a declaration, or between `class` and the name.
 #define VEK_EXPORT __attribute__((visibility("default")))
+
+/// The same for a part of such a class that stays the library's own.
+#define VEK_HIDDEN __attribute__((visibility("hidden")))
