@@ -13,7 +13,7 @@
 ///     FAULT_READ    No read returns more bytes than these, whichever it is, so that there are many.
 ///     FAULT_LIST    The name of every call is appended to this file, a line each.
 ///
-/// Standard error is left alone.
+/// Standard error is left alone, and so are other programs, such as one that starts this one.
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -35,13 +35,18 @@
 
 namespace {
 
+const char* given(const char* variable) {
+    const bool isMeant = std::strcmp(program_invocation_short_name, "vektrace") == 0;
+    return isMeant ? std::getenv(variable) : nullptr;
+}
+
 size_t numberIn(const char* variable, size_t otherwise) {
-    const char* const text = std::getenv(variable);
+    const char* const text = given(variable);
     return text == nullptr ? otherwise : std::strtoul(text, nullptr, 10);
 }
 
 std::string textIn(const char* variable) {
-    const char* const text = std::getenv(variable);
+    const char* const text = given(variable);
     return text == nullptr ? "" : text;
 }
 
@@ -49,11 +54,11 @@ struct Plan {
     const std::string calls = textIn("FAULT_CALLS");
     const std::string missing = textIn("FAULT_MISSING");
     const size_t number = numberIn("FAULT_NUMBER", SIZE_MAX);
-    const bool on = std::getenv("FAULT_ON") != nullptr;
+    const bool on = given("FAULT_ON") != nullptr;
     const size_t error = numberIn("FAULT_ERROR", 0);
     const size_t most = numberIn("FAULT_MOST", SIZE_MAX);
     const size_t signal = numberIn("FAULT_SIGNAL", 0);
-    const bool after = std::getenv("FAULT_AFTER") != nullptr;
+    const bool after = given("FAULT_AFTER") != nullptr;
     const size_t mostRead = numberIn("FAULT_READ", SIZE_MAX);
     const std::string list = textIn("FAULT_LIST");
 };
