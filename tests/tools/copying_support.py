@@ -7,7 +7,7 @@ import signal
 import subprocess
 import time
 
-from support import PATIENCE, Result, drive
+from support import PATIENCE, drive
 
 
 def limit_file_size(length):
@@ -27,10 +27,6 @@ class CopyingVerb:
 
     def copy(self, *arguments, **how):
         return self.run_program(*self.VERB, *arguments, **how)
-
-    def finish(self, process, feed=None):
-        out, err = process.communicate(feed, timeout=PATIENCE)
-        return Result(process.returncode, out, err)
 
     def wait_for_file(self):
         """Until there is one more than the input."""

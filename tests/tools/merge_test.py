@@ -5,7 +5,7 @@ import resource
 import subprocess
 
 from copying_support import CopyingVerb
-from support import BEGIN, CAN, LIN, MARKER, NAMELESS, PATIENCE, SECOND, Case, Result, drive, record
+from support import BEGIN, CAN, LIN, MARKER, NAMELESS, SECOND, Case, drive, record
 
 FILLER = bytes(40)
 DAY = 86400 * SECOND
@@ -120,8 +120,7 @@ class OpenFiles(Case):
             stderr=subprocess.PIPE,
             preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (soft, hard)),
         )
-        out, err = process.communicate(timeout=PATIENCE)
-        return Result(process.returncode, out, err)
+        return self.finish(process)
 
     def test_takes_as_many_inputs_as_files_may_be_open(self):
         names = [self.write(f"{i}.vkt", at(i)) for i in range(40)]

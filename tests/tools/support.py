@@ -148,11 +148,14 @@ class Case(unittest.TestCase):
             self.assertEqual(result.status, expect, screen)
         return result
 
+    def finish(self, process, feed=None):
+        out, err = process.communicate(feed, timeout=PATIENCE)
+        return Result(process.returncode, out, err)
+
     def interrupt(self, process, number=signal.SIGINT):
         """Sends the signal and returns how the run ended."""
         process.send_signal(number)
-        out, err = process.communicate(timeout=PATIENCE)
-        return Result(process.returncode, out, err)
+        return self.finish(process)
 
 
 class Terminal:
