@@ -33,6 +33,7 @@ void put(byteVec_t& bytes, uint64_t value, size_t width) {
 
 byteVec_t plainRecord(const Model& model, bool sync) {
     byteVec_t bytes;
+    bytes.reserve(16 + model.payload.size());  // memory is dear below AddressSanitizer
     if (sync) {
         put(bytes, 0x55AA, 2);
     }
@@ -223,6 +224,9 @@ private:
             case 5:
                 subject.message.reset(subject.message->clone());
                 break;
+            case 6:
+                createInOwnRawData(sync, append);
+                break;
             default:
                 createInBuffer(sync, append);
                 break;
@@ -243,6 +247,18 @@ private:
         require(message.createByteArray(sync, append) == plain.result,
                 "the form without a buffer has the same result");
         require(errors.take() == plain.error, "and the same error line");
+    }
+
+    void createInOwnRawData(bool sync, bool append) {
+        byteVec_t& raw = subject.message->rawData;
+        const byteVec_t before = raw;
+        byteVec_t plainRaw = before;
+        const PlainResult plain = plainCreate(subject.model, plainRaw, sync, append);
+        require(subject.message->createByteArray(raw, sync, append) == plain.result,
+                "into its own raw data the result is the same");
+        require(errors.take() == plain.error, "and so is the error line");
+        require(raw == plainRaw, "and so are the bytes");
+        raw = before;
     }
 
     /// Into memory that ends where the room ends; the base writes a marker beyond what it tests, so

@@ -151,6 +151,16 @@ size_t recordLength(size_t size, bool sync) {
     return true;
 }
 
+/// Into another vector first: what is encoded must not change on the way.
+[[gnu::cold, gnu::noinline]] size_t createInOwnRawData(byteVec_t& rawData,
+                                                       const MessageBase& message, bool sync,
+                                                       bool append) {
+    byteVec_t other(rawData);
+    const size_t result = message.createByteArray(other, sync, append);
+    rawData = other;
+    return result;
+}
+
 /// Where there is room, a short record's zeros are the beginning of a constant number of them: to
 /// write that many and take back the rest needs neither a loop nor a call.
 void appendZeros(byteVec_t& buffer, size_t count) {
@@ -170,6 +180,9 @@ void appendZeros(byteVec_t& buffer, size_t count) {
 // Flattened, since growing the vector costs as much as the header itself where it is called.
 [[gnu::flatten]] size_t MessageBase::createByteArray(byteVec_t& _buffer, bool _sync,
                                                      bool _append) const {
+    if (&_buffer == &rawData) {
+        return createInOwnRawData(_buffer, *this, _sync, _append);
+    }
     const size_t size = getSize();
     const bool odd = size < HEADER_SIZE || size > MAX_SIZE || msgid == MSGID_INVALID;
     if (odd && !makeRoomForOddMessage(_buffer, *this, size, _sync, _append)) {

@@ -185,7 +185,8 @@ public:
     /// without `_append`, in their place, and returns what that call returns. Bytes that the
     /// encoder leaves out are 0; when it returns 0 the vector keeps its new length.
     /// What the base and an InvalidMessage write beyond the reported size stays in the vector's
-    /// memory, behind its end.
+    /// memory, behind its end. `_buffer` may be rawData, which is then encoded as it was; it is not
+    /// to be another vector that the class encodes.
     ///
     /// Returns 0 and leaves `_buffer` untouched, after one line on the standard error stream, when
     /// getSize() is above 65540 or the record would be shorter than 12 bytes, marker included. A
@@ -335,7 +336,9 @@ private:
 };
 
 /// Asks the first operand's class, for operands of any two message classes. C++20 considers == with
-/// its operands exchanged as well, and would find the members of both classes equally good.
+/// its operands exchanged as well, and would find the members of both classes equally good. In C++20
+/// g++ before 13 and clang before 16 ask the second one's where the first is a MessageBase as it is
+/// written and the second is not: there an operator!= does not yet keep the exchanged one away.
 template <class A, class B>
 std::enable_if_t<std::is_convertible_v<const A*, const MessageBase*> &&
                      std::is_convertible_v<const B*, const MessageBase*>,

@@ -132,6 +132,58 @@ TEST(CreateByteArrayPrecondition, RawDataOfAnInvalidMessageIsKeptFromOthersWitho
     }
 }
 
+/// A class that keeps its payload in rawData.
+class RawMessage : public MessageBase {
+public:
+    explicit RawMessage(const byteVec_t& payload) : MessageBase(MSGID_CAN, 7) { rawData = payload; }
+    RawMessage* clone() const override { return new RawMessage(*this); }
+    size_t getSize() const override { return 12 + rawData.size(); }
+    size_t writeToByteArray(uint8_t*& pdest, size_t buflen, bool sync) const override {
+        const size_t header = MessageBase::writeToByteArray(pdest, buflen, sync);
+        if (header == 0) {
+            return 0;
+        }
+        pdest = std::copy(rawData.begin(), rawData.end(), pdest);
+        return header + rawData.size();
+    }
+    bool operator==(const MessageBase&) const override { return false; }
+    std::ostream& print(std::ostream& os) const override { return os; }
+};
+
+void expectRawDataLikeAnotherVector(MessageBase& message) {
+    const byteVec_t before = message.rawData;
+    for (const bool append : {false, true}) {
+        for (const bool sync : {false, true}) {
+            SCOPED_TRACE(testing::Message() << before.size() << append << sync);
+            byteVec_t other = before;
+            const size_t result = message.createByteArray(other, sync, append);
+            message.rawData.shrink_to_fit();
+            EXPECT_EQ(message.createByteArray(message.rawData, sync, append), result);
+            EXPECT_EQ(message.rawData, other);
+            message.rawData = before;
+        }
+    }
+}
+
+TEST(CreateByteArrayPrecondition, RawDataAsTheBufferIsEncodedLikeAnotherVectorOfTheSameBytes) {
+    for (const size_t raw : {0u, 5u, 12u, 30u, 5000u, 65530u}) {
+        for (const size_t payload : {0u, 8u, 40000u}) {
+            InvalidMessage message = withPayload(payload, raw);
+            expectRawDataLikeAnotherVector(message);
+        }
+        RawMessage message(byteVec_t(raw, 2));
+        expectRawDataLikeAnotherVector(message);
+    }
+}
+
+TEST(CreateByteArrayPrecondition, RawDataAsTheBufferIsUntouchedWhereTheSizeIsRefused) {
+    RawMessage message(byteVec_t(65529, 2));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(message.createByteArray(message.rawData, false, false), 0u);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "[ERROR] Message size too big\n");
+    EXPECT_EQ(message.rawData, byteVec_t(65529, 2));
+}
+
 /// Appends a message many times; returns how often the vector's memory was another one afterwards.
 int movesOfAppending(const MessageBase& message, byteVec_t& buffer) {
     int moves = 0;
