@@ -37,7 +37,7 @@ size_t writeSome(int fd, const uint8_t* data, size_t length, const std::atomic<b
             throw IoError("the system takes no more bytes");
         }
         if (errno != EAGAIN && errno != EINTR) {
-            throw IoError(errno);
+            throwIoError(errno);
         }
         if (stop != nullptr && *stop) {
             throw IoError(EINTR);

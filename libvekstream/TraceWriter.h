@@ -35,6 +35,9 @@ public:
     /// link, beside the file that it leads to. A pipe or a device is written to as it is, a block device
     /// only with EXISTING_REPLACE. Throws TraceException when that is refused, or the file exists and
     /// is not to be replaced, and std::bad_alloc.
+    ///
+    /// Until the writer is gone the folder keeps its name, and where `path` is relative, the process
+    /// its working directory: else commit() fails, and what was written stays under its own name.
     explicit TraceWriter(const std::string& path, existing_t existing = EXISTING_REFUSE);
     /// Writes to `fd` as it is: a pipe, a terminal. It stays the caller's and open. Throws only
     /// std::bad_alloc.
@@ -44,8 +47,8 @@ public:
     TraceWriter(const TraceWriter&) = delete;
     TraceWriter& operator=(const TraceWriter&) = delete;
 
-    /// Where not null: once it is true, a write that would have to wait fails with EINTR. Must outlive
-    /// the writer.
+    /// Where not null: once it is true, a write that would have to wait fails with EINTR, and so does
+    /// one of which the system takes a part only: it may wait with the rest. Must outlive the writer.
     ///
     /// While it waits for a descriptor with O_NONBLOCK the writer looks at the flag now and then. Into
     /// one that blocks it is the system that waits, and looks at no flag: only a signal ends that, one

@@ -1,5 +1,6 @@
 #include "libvekstream/detail/FdSource.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,6 +21,12 @@ constexpr int FOREVER = -1;
 constexpr ssize_t NOTHING_YET = -1;
 
 }  // namespace
+
+FdSource::FdSource(int _fd, bool _follow, const std::atomic<bool>* _stop)
+    : fd(_fd),
+      writeOnly((::fcntl(_fd, F_GETFL) & O_ACCMODE) == O_WRONLY),
+      follow(_follow),
+      stop(_stop) {}
 
 size_t FdSource::read(uint8_t* to, size_t room) {
     while (!stopped()) {
@@ -55,15 +62,15 @@ ssize_t FdSource::readNow(uint8_t* to, size_t room) const {
         return got;
     }
     if (errno != EINTR && errno != EAGAIN) {
-        throw IoError(errno);
+        throwIoError(errno);
     }
     return NOTHING_YET;
 }
 
 /// Whether a read would not wait, as far as is known after a while.
 bool FdSource::isReady() const {
-    if (fd < 0) {
-        return true;  // for poll such a descriptor is nothing to wait for, for read an error
+    if (fd < 0 || writeOnly) {
+        return true;  // for poll there is nothing to wait for, or for ever, for read an error
     }
     const int patience = stop != nullptr || follow ? INTERVAL_MS : FOREVER;
     pollfd asked = {fd, POLLIN, 0};
@@ -78,7 +85,7 @@ bool FdSource::mayGrow() const {
     }
     struct stat status = {};
     if (::fstat(fd, &status) != 0) {
-        throw IoError(errno);
+        throwIoError(errno);
     }
     if (!S_ISREG(status.st_mode)) {
         return false;

@@ -15,8 +15,7 @@ namespace vek::detail {
 class FdSource : public ByteSource {
 public:
     /// With `follow` a file does not end, and whatever has nothing to read just now pauses.
-    FdSource(int _fd, bool _follow, const std::atomic<bool>* _stop)
-        : fd(_fd), follow(_follow), stop(_stop) {}
+    FdSource(int _fd, bool _follow, const std::atomic<bool>* _stop);
 
     size_t read(uint8_t* to, size_t room) override;
     bool paused() const override { return pausing; }
@@ -32,6 +31,7 @@ private:
     bool mayGrow() const;
 
     int fd;
+    bool writeOnly;
     bool follow;
     const std::atomic<bool>* stop;
     bool pausing = false;

@@ -32,4 +32,7 @@ private:
     const char* prefix = "";
 };
 
+/// With errno as its argument, which is read before the exception takes its memory: that may change it.
+[[noreturn]] inline void throwIoError(int error) { throw IoError(error); }
+
 }  // namespace vek::detail

@@ -27,7 +27,7 @@ std::string linkText(const std::string& path) {
     char text[PATH_MAX];
     const ssize_t length = ::readlink(path.c_str(), text, sizeof text);
     if (length < 0 && errno != EINVAL && errno != ENOENT) {
-        throw IoError(errno);
+        throwIoError(errno);
     }
     return std::string(text, length < 0 ? 0 : static_cast<size_t>(length));
 }
@@ -66,9 +66,23 @@ bool statusOf(const std::string& path, struct stat& status) {
         return true;
     }
     if (errno != ENOENT || path.empty()) {
-        throw IoError(errno);
+        throwIoError(errno);
     }
     return false;
+}
+
+/// Of a file, whatever its name.
+std::pair<dev_t, ino_t> identityOf(const struct stat& status) {
+    return {status.st_dev, status.st_ino};
+}
+
+/// What the system shows as the link of an open file may tell a name that is not, or not here, the
+/// file's: of one that was removed, has never had a name, or comes from another root.
+void checkIsNamed(const std::string& target, const struct stat& file) {
+    struct stat status = {};
+    if (!statusOf(target, status) || identityOf(status) != identityOf(file)) {
+        throw IoError(ENOENT);
+    }
 }
 
 /// 0, or the errno value of a call that returned something else.
@@ -173,6 +187,9 @@ OutputFile::OutputFile(const std::string& path, bool _replace) : replace(_replac
         return;
     }
     target = withoutLinks(path);
+    if (exists && target != path) {
+        checkIsNamed(target, old);
+    }
     create(exists ? old.st_mode & PERMISSIONS : NEW_FILE);
     if (exists) {
         // The process's mask shall have no part in it. Where this is refused the file stays as
@@ -194,7 +211,7 @@ OutputFile::~OutputFile() {
 void OutputFile::openAsItIs(const std::string& path) {
     fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
     if (fd < 0) {
-        throw IoError(errno);
+        throwIoError(errno);
     }
 }
 

@@ -198,6 +198,16 @@ VEK_REPLACED int poll(pollfd* asked, nfds_t count, int patience) {
     return calls::fail("poll") ? -1 : original(asked, count, patience);
 }
 
+/// Takes the memory of an exception, which where it is lacking comes from a reserve. What failed is to
+/// be told all the same.
+VEK_REPLACED void* __cxa_allocate_exception(size_t size) noexcept {
+    static auto* const original =
+        calls::original(&::__cxa_allocate_exception, "__cxa_allocate_exception");
+    void* const memory = original(size);
+    errno = calls::plan != nullptr ? ENOMEM : errno;
+    return memory;
+}
+
 #undef VEK_FSTAT
 #undef VEK_STAT
 #undef VEK_REPLACED

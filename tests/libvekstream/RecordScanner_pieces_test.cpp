@@ -296,6 +296,31 @@ TEST(RecordScannerOfAGrowingTrace, WaitsInAGapForAllRecordsThatItTakesToEndIt) {
     EXPECT_EQ(textOf(spans), "record 14, filler 32, record 14, record 14, record 14, record 14");
 }
 
+TEST(RecordScannerOfAGrowingTrace, EndsAGapByARecordThatEndsWhereTheBytesDo) {
+    const byteVec_t junk = bytes("00 05");
+    const byteVec_t unknownMarked = markedRecord(static_cast<msgid_t>(0x4711), SOME_TIME);
+    const byteVec_t known = unmarkedRecord(MSGID_CAN, SOME_TIME);
+    struct {
+        framing_t framing;
+        byteVec_t input;
+        const char* spans;
+    } const cases[] = {
+        {FRAMING_MARKED, joined({junk, unknownMarked}), "no marker 2, record 16"},
+        {FRAMING_UNMARKED, joined({junk, known}), "too small 2, record 14"},
+        {FRAMING_DETECT, joined({junk, unknownMarked}), "no marker 2, record 16"},
+        {FRAMING_DETECT, joined({junk, known}), "too small 2, record 14"},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.framing);
+        RecordScanner scanner(each.framing);
+        std::vector<TraceSpan> spans;
+        give(scanner, each.input, each.input.size(), INPUT_CONTINUES, spans);
+        EXPECT_EQ(textOf(spans), "");
+        give(scanner, each.input, each.input.size(), INPUT_PAUSES, spans);
+        EXPECT_EQ(textOf(spans), each.spans);
+    }
+}
+
 TEST(RecordScannerOfAGrowingTrace, KeepsTheLawsWhateverPausesWhere) {
     Dice dice(42);
     for (size_t round = 0; round < 200 * testEffort() && !HasFailure(); ++round) {

@@ -295,6 +295,21 @@ TEST(TraceWriter, RefusesAFileThatALinkLeadsTo) {
     EXPECT_EQ(errorOf([&] { TraceWriter writer(folder.path("link")); }), EEXIST);
 }
 
+TEST(TraceWriter, RefusesAFileWithoutANameThatTheSystemGivesALinkTo) {
+    const TemporaryFolder folder;
+    const Descriptor file(folder.write("trace", OTHER), O_RDWR);
+    const std::string link = "/dev/fd/" + std::to_string(file);
+    std::filesystem::remove(folder.path("trace"));
+    const std::string text = std::filesystem::read_symlink(link).filename().string();
+    EXPECT_EQ(errorOf([&] { writeFile(link, TraceWriter::EXISTING_REPLACE); }), ENOENT);
+    EXPECT_EQ(folder.names(), names_t{});
+
+    folder.write(text, OTHER);  // which is another file
+    EXPECT_EQ(errorOf([&] { writeFile(link, TraceWriter::EXISTING_REPLACE); }), ENOENT);
+    EXPECT_EQ(folder.names(), names_t{text});
+    EXPECT_EQ(hex(folder.content(text)), hex(OTHER));
+}
+
 TEST(TraceWriter, RefusesWhatCannotBeAFile) {
     const TemporaryFolder folder;
     folder.write("file", OTHER);
