@@ -34,6 +34,11 @@ printf "$begin$raw_ip" >raw_ip.pcap
     printf "$time"'\000\000\377\356\000\000\377\356'
     head -c 65518 /dev/zero
 } >too_large.pcap
+# Of 2040-01-01, and with the lowest byte of a number first, as most machines write it.
+{
+    printf '\324\303\262\241\002\000\004\000\000\000\000\000\000\000\000\000\000\000\004\000\001\000\000\000'
+    printf '\200\176\252\203\000\000\000\000\002\000\000\000\002\000\000\000ok'
+} >far_time.pcap
 {
     printf "$begin$ethernet"
     printf '\145\123\361\000\177\377\377\377\000\000\000\002\000\000\000\002ok'

@@ -90,8 +90,12 @@ bool Capture::next() {
 
 timeStamp_t Capture::getTimeStamp() const {
     constexpr int64_t MICROSECONDS = 1'000'000;
-    const int64_t seconds = header->ts.tv_sec;
+    int64_t seconds = header->ts.tv_sec;
     const int64_t microseconds = header->ts.tv_usec;
+    if (seconds < 0) {
+        // The 32 bits of the file have no sign, but libpcap reads them as if they had.
+        seconds += int64_t{1} << 32;
+    }
     if (seconds < 0 || microseconds < 0 || microseconds >= MICROSECONDS) {
         throw failure("no valid time");
     }
