@@ -143,13 +143,13 @@ uint64_t daysOfMonth(uint64_t year, uint64_t month) {
     return DAYS[month - 1] + (month == 2 && isLeapYear(year) ? 1 : 0);
 }
 
-/// Year by year, but for those of which 400 have always as many days.
+/// From the beginning of 1969, year by year, but for those of which 400 have always as many days.
 number_t plainDays(uint64_t year, uint64_t month, uint64_t day) {
-    if (year < 1970 || month < 1 || month > 12 || day < 1 || day > daysOfMonth(year, month)) {
+    if (year < 1969 || month < 1 || month > 12 || day < 1 || day > daysOfMonth(year, month)) {
         return std::nullopt;
     }
-    uint64_t days = (year - 1970) / 400 * 146097;
-    for (uint64_t y = 1970 + (year - 1970) / 400 * 400; y < year; ++y) {
+    uint64_t days = (year - 1969) / 400 * 146097;
+    for (uint64_t y = 1969 + (year - 1969) / 400 * 400; y < year; ++y) {
         days += daysOfYear(y);
     }
     for (uint64_t m = 1; m < month; ++m) {
@@ -192,10 +192,11 @@ number_t plainMoment(Plain plain) {
             plain.take('z');
         }
     }
-    if (!plain.done() || !days || *days * 86400 + seconds + behind < ahead) {
+    const uint64_t taken = 365 * 86400 + ahead;
+    if (!plain.done() || !days || *days * 86400 + seconds + behind < taken) {
         return std::nullopt;
     }
-    return Decimal(std::to_string(*days * 86400 + seconds + behind - ahead) + places).value();
+    return Decimal(std::to_string(*days * 86400 + seconds + behind - taken) + places).value();
 }
 
 number_t plainTime(const std::string& text) {

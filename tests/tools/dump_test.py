@@ -104,6 +104,15 @@ class Times(Case):
             ["2023-11-14 22:13:20.000000", "1970-01-01 00:00:05.000000"],
         )
 
+    def test_local_is_local_from_the_first_second_on(self):
+        for zone, shown in (
+            ("AAA-9", ["1970-01-01 09:00:00.000000+09:00", "1970-01-02 08:59:59.000000+09:00"]),
+            ("BBB5", ["1969-12-31 19:00:00.000000-05:00", "1970-01-01 18:59:59.000000-05:00"]),
+            ("CCC24:30", ["1969-12-30 23:30:00.000000-24:30", "1969-12-31 23:29:59.000000-24:30"]),
+        ):
+            env = support.environment(TZ=zone)
+            self.assertEqual(self.times("--time=local", stamps=[0, 86399 * 10**6], env=env), shown)
+
     def test_only_the_text_of_the_library_begins_anew_in_2106(self):
         for digits in range(6):
             shown = self.times("--precision", str(digits), stamps=[BEYOND_2106])
@@ -153,8 +162,7 @@ class Times(Case):
         )
         self.assertEqual(
             self.times("--time=local", stamps=[0, 86400 * SECOND], env=west),
-            ["1970-01-01 00:00:00.000000+00:00", "1970-01-01 20:30:00.000000-03:30"],
-            "what may lie before 1970 is shown in UTC",
+            ["1969-12-31 20:30:00.000000-03:30", "1970-01-01 20:30:00.000000-03:30"],
         )
 
     def test_precision_cuts_off_and_never_rounds(self):

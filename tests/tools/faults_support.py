@@ -70,18 +70,20 @@ class FaultCase(Case):
     def contents(self):
         return {name: self.read(name) for name in self.files()}
 
-    def attempt(self, arguments, old=(), feed=b"", **faults):
+    def attempt(
+        self, arguments, old=(), feed=b"", stdin=None, stdout=subprocess.PIPE, **faults
+    ):
         """One run beside these files of an earlier one, all of which are taken away again."""
         for name in old:
             self.write(name, OLD)
         plan = {"FAULT_" + key.upper(): str(value) for key, value in faults.items()}
         plan.setdefault("FAULT_READ", str(PIECE))
         env = environment(LD_PRELOAD=FAULTS, TMPDIR=self.spool, **plan)
-        stdin = pipe_with(feed)
+        fed = pipe_with(feed)
         process = self.start(
-            *arguments, env=env, stdin=stdin, stdout=subprocess.PIPE, stderr=subprocess.PIPE
+            *arguments, env=env, stdin=fed if stdin is None else stdin, stdout=stdout, stderr=subprocess.PIPE
         )
-        os.close(stdin)
+        os.close(fed)
         try:
             out, complaint = process.communicate(timeout=PATIENCE)
         finally:

@@ -4,9 +4,10 @@ import errno
 import os
 import signal
 import subprocess
+from contextlib import suppress
 
 from faults_support import FEED, LENGTH, TRACE, FaultCase, RecoveringCase, SignalCase, offsets
-from support import PATIENCE
+from support import PATIENCE, full_pipe, wait_until_asleep
 
 STREAMS = ("standard input", "standard output")
 PIECES = tuple(f"out-{n:04}.vkt" for n in range(1, 5))
@@ -303,3 +304,71 @@ class Interrupting(SignalCase):
 
     def test_leaves_the_old_file_or_the_whole_new_one(self):
         self.interrupt_all((FILTER + ("--force",),), old=("out",))
+
+
+class Waiting(FaultCase):
+    def feeds(self):
+        """Verbs that read standard input, and what it holds; it fits into a pipe."""
+        capture = self.attempt(("export",), feed=FEED).out
+        return ((("dump",), FEED), (DAMAGE[:3], FEED), (("import",), capture))
+
+    def test_for_standard_input_that_has_nothing_yet(self):
+        for arguments, feed in self.feeds():
+            good = self.attempt(arguments, feed=feed)
+            self.assertEqual(good.status, 0)
+            for number in (1, 2, 3):
+                with self.subTest(arguments=arguments, number=number):
+                    fault = {"calls": "read", "number": number, "error": errno.EAGAIN}
+                    self.assertEqual(self.attempt(arguments, feed=feed, **fault), good)
+
+    def test_for_standard_input_that_does_not_wait_by_itself(self):
+        for arguments, feed in self.feeds():
+            with self.subTest(arguments=arguments):
+                reading, writing = os.pipe()
+                os.set_blocking(reading, False)
+                process = self.start(
+                    *arguments, stdin=reading, stdout=subprocess.PIPE, stderr=subprocess.PIPE
+                )
+                os.close(reading)
+                wait_until_asleep(process)
+                with open(writing, "wb", buffering=0) as file, suppress(BrokenPipeError):
+                    file.write(feed)
+                result = self.finish(process)
+                self.assertEqual(result.status, 0, result.complaint)
+                self.assertEqual(result.out, self.attempt(arguments, feed=feed).out)
+
+    def test_for_standard_input_ends_by_a_signal_just_before_it(self):
+        for arguments, _ in self.feeds():
+            with self.subTest(arguments=arguments):
+                reading, writing = os.pipe()
+                with open(reading, "rb") as stdin, open(writing, "wb"):
+                    outcome = self.attempt(
+                        arguments,
+                        stdin=stdin,
+                        calls="poll,read",
+                        number=1,
+                        signal=int(signal.SIGTERM),
+                    )
+                self.assertEqual((outcome.status, outcome.complaint), (128 + signal.SIGTERM, ""))
+
+    def test_for_a_file_to_be_opened_ends_by_a_signal(self):
+        fault = {"calls": "open", "error": errno.EINTR, "signal": int(signal.SIGTERM)}
+        jobs = (("dump", "in.vkt"), ("info", "in.vkt"), ("check", "in.vkt"), FILTER, MERGE, SPLIT)
+        # What a program with counters of coverage opens when it ends is opened by all.
+        others = self.good(("--version",)).calls.count("open")
+        for arguments in jobs + (("recover", "in.vkt", "-o", "out"), EXPORT, IMPORT, DAMAGE):
+            opened = self.good(arguments).calls.count("open") - others
+            self.assertGreater(opened, 0)
+            for number in range(1, opened + 1):
+                with self.subTest(arguments=arguments, number=number):
+                    outcome = self.attempt(arguments, number=number, **fault)
+                    self.assertEqual(outcome.status, 128 + signal.SIGTERM, outcome.complaint)
+                    self.assertNotIn(os.strerror(errno.EINTR), outcome.complaint)
+
+    def test_for_whoever_reads_on_ends_by_a_signal_just_before_it(self):
+        reading, writing = full_pipe()
+        with reading, writing:
+            outcome = self.attempt(
+                ("--help",), stdout=writing, calls="poll", number=1, signal=int(signal.SIGTERM)
+            )
+        self.assertEqual((outcome.status, outcome.complaint), (128 + signal.SIGTERM, ""))

@@ -213,6 +213,30 @@ class FilterByNumberTest(Case):
         self.write("in.vkt", *self.records[:5], JUNK, *self.records[5:])
         self.expect_records(0, 5, "--first", "5")
 
+    def test_opens_no_input_behind_the_first(self):
+        os.mkfifo(self.path("fifo"))  # whoever opens it waits for someone who writes
+        for others in (["fifo"], ["missing.vkt"], ["missing.vkt", "fifo"]):
+            self.expect_records(0, 10, "--first", "10", paths=["in.vkt"] + others)
+        self.write("a.vkt", *self.records[:4])
+        self.write("b.vkt", *self.records[4:])
+        self.expect_records(0, 6, "--first", "6", paths=("a.vkt", "b.vkt", "fifo"))
+
+    def test_opens_every_input_where_there_are_fewer_than_the_first(self):
+        result = self.run_program("filter", "--first", "11", "in.vkt", "missing.vkt", expect=1)
+        self.assertEqual(result.out, b"".join(self.records))
+        self.assertIn("missing.vkt: No such file", result.complaint)
+
+    def test_tells_of_a_missing_input_in_front_of_the_first(self):
+        result = self.run_program("filter", "--first", "1", "missing.vkt", "in.vkt", expect=1)
+        self.assertEqual(result.out, self.records[0])
+        self.assertIn("missing.vkt: No such file", result.complaint)
+
+    def test_writes_to_no_input_behind_the_first_either(self):
+        self.write("b.vkt", b"old")
+        result = self.run_program("filter", "--first", "1", "in.vkt", "b.vkt", "-fo", "b.vkt", expect=1)
+        self.assertIn("b.vkt: is also an input", result.complaint)
+        self.assertEqual(self.read("b.vkt"), b"old")
+
     def test_refuses_numbers_that_are_none_and_both_at_once(self):
         for arguments in (["--first", "0"], ["--last", "0"], ["--first", "x"], ["--last", "-1"]):
             self.run_program("filter", "in.vkt", *arguments, expect=2)

@@ -134,6 +134,10 @@ class Importing(CaptureCase):
         self.assertIn("a.pcap: its packets are Ethernet", result.complaint)
         self.assertEqual(self.files(), ["a.pcap"])
 
+    def test_both_link_types_are_named(self):
+        result = self.run_program("import", input=head(link=148), expect=1)
+        self.assertIn("its packets are DLT 148, not DLT 147", result.complaint)
+
     def test_what_is_no_capture_is_refused(self):
         for data in b"", b"x", b"no capture at all, but long enough":
             result = self.run_program("import", "-o", "a.vkt", input=data, expect=1)

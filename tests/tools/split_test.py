@@ -169,6 +169,25 @@ class SplitNamesTest(SplitVerb, Case):
         self.split("a.vkt", "a.vkt.gz", "--count", "1", "-o", "p", expect=2)
         self.assertEqual(self.files(), ["a.vkt", "a.vkt.gz"])
 
+    def test_wants_different_pieces_however_their_folder_is_named(self):
+        os.mkdir(self.path("d"))
+        os.symlink(".", self.path("link"))
+        self.write("a.vkt", at(0))
+        self.write("a.vkt.gz", gzip.compress(at(1)))
+        before = self.files()
+        for name in ("./a.vkt", "d/../a.vkt", "link/a.vkt", self.path("a.vkt")):
+            result = self.split("--force", name, "a.vkt.gz", "--count", "1", expect=2)
+            self.assertIn(f"the pieces of {name} and a.vkt.gz would be the same files", result.complaint)
+            self.assertEqual(self.files(), before)
+
+    def test_names_pieces_alike_in_different_folders(self):
+        os.mkdir(self.path("d"))
+        self.write("a.vkt", at(0))
+        self.write("d/a.vkt", at(1))
+        self.split("a.vkt", "d/a.vkt", "--count", "1", expect=0)
+        self.assertEqual(self.read("a-0001.vkt"), at(0))
+        self.assertEqual(self.read("d/a-0001.vkt"), at(1))
+
     def test_prints_its_help_when_there_is_a_terminal_instead_of_an_input(self):
         result = self.run_on_terminal("split", "--count", "1", terminals=(0,), expect=2)
         self.assertIn(b"--size", result.err)
@@ -202,6 +221,27 @@ class SplitRefusalTest(SplitVerb, Case):
         self.assertEqual(self.read("in-0001.vkt"), b"".join(drive(2)))
         self.assertEqual(self.read("in-0004.vkt"), drive(4)[3])
 
+    def test_takes_no_piece_that_it_wrote_for_one_of_an_earlier_run(self):
+        stray = "-0000.vkt: is no piece, but in front of them"
+        left = "-0003.vkt: is a piece of an earlier run, as is what follows"
+        self.write("in-0000.vkt", b"old")
+        for prefix in ("in", "./in", ".//in"):
+            for name in ("in-0003.vkt", "in-0004.vkt"):
+                self.write(name, b"old")
+            for count, told in (("2", [stray, left]), ("1", [stray])):
+                result = self.split("in.vkt", "--count", count, "-fo", prefix, expect=0)
+                self.assertEqual(result.complaint.splitlines(), [f"vektrace: {prefix}{text}" for text in told])
+        self.assertEqual(self.read("in-0000.vkt"), b"old")
+
+    def test_does_not_offer_to_replace_what_is_no_piece(self):
+        self.write("in-0000.vkt", b"old")
+        result = self.split("in.vkt", "--count", "1", expect=1)
+        self.assertEqual(
+            result.complaint,
+            "vektrace: in-0000.vkt: exists in front of the pieces; --force lets it stay there\n",
+        )
+        self.assertEqual(self.files(), ["in-0000.vkt", "in.vkt"])
+
     def test_refuses_pieces_of_other_digits_even_by_force(self):
         self.write("in-0002.vkt", b"old")
         for force in ([], ["--force"]):
@@ -212,6 +252,25 @@ class SplitRefusalTest(SplitVerb, Case):
             )
         self.assertEqual(self.files(), ["in-0002.vkt", "in.vkt"])
         self.assertEqual(self.read("in-0002.vkt"), b"old")
+
+    def test_writes_no_piece_through_a_link_that_may_lead_to_another_piece(self):
+        self.write("a.vkt", at(0), at(1), at(2))
+        os.symlink("nothere", self.path("a-0001.vkt"))
+        os.symlink("a-0001.vkt", self.path("a-0002.vkt"))
+        result = self.split("--force", "a.vkt", "--count", "1", expect=1)
+        self.assertIn("a-0001.vkt: is a symbolic link", result.complaint)
+        self.assertFalse(os.path.exists(self.path("nothere")))
+        result = self.split("a.vkt", "--count", "1", expect=1)
+        self.assertIn("a-0001.vkt: is a symbolic link", result.complaint, "not: --force replaces it")
+        os.remove(self.path("a-0001.vkt"))
+        self.split("--force", "a.vkt", "--count", "1", expect=1)
+        self.assertFalse(os.path.exists(self.path("a-0001.vkt")))
+
+    def test_lets_a_link_in_front_of_the_pieces_be(self):
+        self.write("a.vkt", at(0))
+        os.symlink("a.vkt", self.path("a-0000.vkt"))
+        self.split("--force", "a.vkt", "--count", "1", expect=0)
+        self.assertEqual(self.read("a-0000.vkt"), self.read("a-0001.vkt"))
 
     def test_refuses_a_piece_that_is_an_input_under_whatever_name(self):
         os.link(self.path("in.vkt"), self.path("p-0002.vkt"))

@@ -12,6 +12,7 @@ import struct
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 PROGRAM = os.environ.get("VEKTRACE_EMULATOR", "").split() + [os.environ["VEKTRACE"]]
@@ -20,7 +21,7 @@ PATIENCE = 60
 
 with open(os.environ["VEKTRACE"], "rb") as program_file:
     # Sanitizers and emulators do, so nothing can be said about the program's own.
-    TAKES_MORE_MEMORY = any(name in program_file.read() for name in (b"__asan_", b"__tsan_")) or len(PROGRAM) > 1
+    TAKES_MORE_MEMORY = b"__asan_" in program_file.read() or len(PROGRAM) > 1
 
 MARKER = b"\x55\xaa"
 # 2023-11-14 22:13:20 UTC
@@ -47,6 +48,29 @@ def drive(count, begin=BEGIN, step=SECOND, identifier=CAN, marked=True):
         record(identifier, begin + i * step, struct.pack(">I", i) * (i % 4), marked=marked)
         for i in range(count)
     ]
+
+
+def full_pipe():
+    """Both ends of a pipe that holds as much as it can; the one to write to does not wait."""
+    reading, writing = os.pipe()
+    os.set_blocking(writing, False)
+    try:
+        while True:
+            os.write(writing, bytes(65536))
+    except BlockingIOError:
+        return open(reading, "rb", buffering=0), open(writing, "wb", buffering=0)
+
+
+def wait_until_asleep(process):
+    """Until it waits for something, or has ended."""
+    deadline = time.monotonic() + PATIENCE
+    while time.monotonic() < deadline:
+        with open("/proc/%d/stat" % process.pid, encoding="utf-8") as file:
+            state = file.read().rpartition(")")[2].split()[0]
+        if state in "SZ":
+            return
+        time.sleep(0.01)
+    raise TimeoutError("it does not wait")
 
 
 class Result:
@@ -149,7 +173,10 @@ class Case(unittest.TestCase):
         return result
 
     def finish(self, process, feed=None):
-        out, err = process.communicate(feed, timeout=PATIENCE)
+        try:
+            out, err = process.communicate(feed, timeout=PATIENCE)
+        finally:
+            process.kill()  # where it hangs
         return Result(process.returncode, out, err)
 
     def interrupt(self, process, number=signal.SIGINT):

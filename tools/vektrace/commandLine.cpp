@@ -1,5 +1,6 @@
 #include "tools/vektrace/commandLine.h"
 
+#include <algorithm>
 #include <exception>
 #include <functional>
 #include <iostream>
@@ -81,6 +82,42 @@ int work(const CLI::App& program, Session& session) {
     return stopSignal() != 0 ? 128 + stopSignal() : session.status();
 }
 
+bool looksLikeOption(const std::string& word) { return word.size() > 1 && word.front() == '-'; }
+
+/// CLI11 takes "[a,b]" for a list, and "++" for the end of a verb's arguments. Both are files.
+bool looksLikeFile(const std::string& word) {
+    return (!word.empty() && word.front() == '[' && word.back() == ']') || word == "++";
+}
+
+/// Behind "--option=" CLI11 takes the next word for the value. It is empty.
+bool hasEmptyValue(const std::string& word) {
+    return word.rfind("--", 0) == 0 && word.find('=') == word.size() - 1;
+}
+
+/// In the order in which CLI11 takes them: the last one first.
+std::vector<std::string> wordsOf(int argc, const char* const* argv) {
+    std::vector<std::string> words;
+    bool onlyFiles = false;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        if (!onlyFiles && word == "--") {
+            onlyFiles = true;
+            // CLI11 refuses it behind a file, but the value of an option it may be.
+            if (looksLikeOption(argv[i - 1])) {
+                words.push_back(word);
+            }
+        } else if (!onlyFiles && hasEmptyValue(word)) {
+            words.push_back(word.substr(0, word.size() - 1));
+            words.emplace_back();
+        } else {
+            const bool isFile = looksLikeFile(word) || (onlyFiles && looksLikeOption(word));
+            words.push_back(isFile ? "./" + word : word);
+        }
+    }
+    std::reverse(words.begin(), words.end());
+    return words;
+}
+
 void print(Session& session, const std::string& text) {
     TextOutput output(session, {});
     output.write(text);
@@ -120,7 +157,7 @@ int run(int argc, const char* const* argv) {
     CLI::App program("Reads, checks, mends and converts traces of the bus data logger");
     addCommandLine(program, session);
     try {
-        program.parse(argc, argv);
+        program.parse(wordsOf(argc, argv));
         if (session.work) {
             session.work = withPlugins(std::move(session.work), session);
         }

@@ -4,12 +4,15 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "support/TemporaryFolder.h"
 
 namespace {
 
 using vek::program::existingPieces;
 using vek::program::mostPieces;
+using vek::program::pieceKey;
 using vek::program::pieceName;
 using vek::program::piecePrefix;
 using vek::program::piecesOfOtherDigits;
@@ -36,6 +39,25 @@ TEST(PieceNames, BeginAsTheTraceIsNamedWithoutItsSuffixes) {
     EXPECT_EQ(piecePrefix("drive"), "drive");
 }
 
+TEST(PieceKey, IsThatOfOneNameInOneFolderHoweverItIsReached) {
+    TemporaryFolder folder;
+    std::filesystem::create_directory(folder.path("other"));
+    std::filesystem::create_directory_symlink(folder.path(""), folder.path("link"));
+    const auto key = pieceKey(folder.path("d"));
+    EXPECT_EQ(pieceKey(folder.path("./d")), key);
+    EXPECT_EQ(pieceKey(folder.path("other/../d")), key);
+    EXPECT_EQ(pieceKey(folder.path("link//d")), key);
+    EXPECT_EQ(pieceKey("d"), pieceKey("./d"));
+    EXPECT_NE(pieceKey(folder.path("e")), key);
+    EXPECT_NE(pieceKey(folder.path("other/d")), key);
+}
+
+TEST(PieceKey, IsThePrefixWhereTheFolderIsNotThere) {
+    EXPECT_EQ(pieceKey("nowhere/d"), pieceKey("nowhere/d"));
+    EXPECT_NE(pieceKey("nowhere/d"), pieceKey("nowhere/e"));
+    EXPECT_NE(pieceKey("nowhere/d"), pieceKey("elsewhere/d"));
+}
+
 class ExistingPieces : public testing::Test {
 protected:
     std::string at(const std::string& name) const { return folder.path(name); }
@@ -51,6 +73,14 @@ TEST_F(ExistingPieces, AreFoundInTheOrderOfTheirNumbers) {
               (std::vector<std::string>{at("d-0001.vkt"), at("d-0002.vkt"), at("d-1000.vkt"),
                                         at("d-9999.vkt")}));
     EXPECT_TRUE(piecesOfOtherDigits(at("d"), 4).empty());
+}
+
+TEST_F(ExistingPieces, AreNamedAsThePieceWillBe) {
+    folder.write("d-0001.vkt", {});
+    for (const char* name : {"d", "./d", ".//d"}) {
+        const std::string prefix = at("") + name;
+        EXPECT_EQ(existingPieces(prefix, 4), std::vector<std::string>{pieceName(prefix, 1, 4)});
+    }
 }
 
 TEST_F(ExistingPieces, AreThoseOfTheSameDigits) {

@@ -5,7 +5,7 @@
 ///     FAULT_CALLS   names of calls, with commas between them; of all of these together
 ///     FAULT_NUMBER  the Nth, from 1, is the one, and with
 ///     FAULT_ON      set, every one from there on as well.
-///     FAULT_ERROR   It fails with this errno value, or
+///     FAULT_ERROR   It fails with this errno value, behind the signal if there is one, or
 ///     FAULT_MOST    transfers so many bytes at most, or
 ///     FAULT_SIGNAL  the process gets this signal first, or,
 ///     FAULT_AFTER   set, last.
@@ -118,6 +118,7 @@ auto make(const char* name, const Call& call) {
         return call(SIZE_MAX);
     }
     if (plan().error != 0) {
+        raiseIf(true);
         errno = static_cast<int>(plan().error);
         return result_t{-1};
     }

@@ -7,6 +7,7 @@
 
 #include "libvektrace/SimpleMessage.h"
 #include "support/Settings.h"
+#include "support/TestMessage.h"
 
 namespace vek::program {
 namespace {
@@ -21,6 +22,10 @@ MessageBase* throwIdentifier(const uint8_t*, size_t) {
 }
 MessageBase* throwValue(const uint8_t*, size_t) {
     throw InvalidMessageException(IM_INVALID_ENUM_VALUE, "colour", 3);
+}
+
+MessageBase* throwUnknownCause(const uint8_t*, size_t) {
+    throw InvalidMessageException(static_cast<invalidMessageCause_t>(77), "");
 }
 
 class Decode : public testing::Test {
@@ -67,6 +72,7 @@ TEST_F(Decode, AnIdentifierWithoutACreatorIsNoFault) {
 TEST_F(Decode, TellsWhyACreatorRefused) {
     expectRefused(throwIdentifier, "invalid identifier");
     expectRefused(throwValue, "invalid value 3 of colour");
+    expectRefused(throwUnknownCause, "cause 77");
     EXPECT_NE(decodeWith(throwValue).message, nullptr);
 }
 
@@ -74,6 +80,18 @@ TEST_F(Decode, OutlivesWhateverACreatorDoes) {
     expectRefused(returnNothing, "its decoder returned no message");
     expectRefused(throwError, "its decoder failed: odd");
     expectRefused(throwNumber, "its decoder failed: unknown exception");
+}
+
+TEST_F(Decode, ShowsThePayloadWhateverACreatorDoes) {
+    TestMessage(MSGID_STARTUP, 5, {0x01, 0xFF}).createByteArray(bytes, true, false);
+    span.data = bytes.data();
+    span.length = bytes.size();
+    EXPECT_EQ(decodeWith(returnNothing).message->toString(),
+              "1970-01-01 00:00:00.000005  Not decodable, its decoder returned no message: "
+              "Id=0x85, n=2 01 ff");
+    EXPECT_EQ(decodeWith(throwError).message->toString(),
+              "1970-01-01 00:00:00.000005  Not decodable, its decoder failed: odd: "
+              "Id=0x85, n=2 01 ff");
 }
 
 TEST_F(Decode, DoesNotHideThatThereIsNoMemory) {

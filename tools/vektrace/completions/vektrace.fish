@@ -52,7 +52,7 @@ complete -c vektrace -n '__fish_seen_subcommand_from filter' -l not-id -x -d 'No
 complete -c vektrace -n '__fish_seen_subcommand_from filter' -l from -x -d 'Only records of this time and later.'
 complete -c vektrace -n '__fish_seen_subcommand_from filter' -l to -x -d 'Only records before this time.'
 complete -c vektrace -n '__fish_seen_subcommand_from filter' -l undecodable -d 'Only records that no message class decodes.'
-complete -c vektrace -n '__fish_seen_subcommand_from filter' -l first -x -d 'Of these the first N; what follows is not read.'
+complete -c vektrace -n '__fish_seen_subcommand_from filter' -l first -x -d 'Of these the first N; what follows is not read, and no further input opened.'
 complete -c vektrace -n '__fish_seen_subcommand_from filter' -l last -x -d 'Of these the last N.'
 complete -c vektrace -n '__fish_seen_subcommand_from filter' -s h -l help -d 'Print this help and end.'
 complete -c vektrace -n '__fish_seen_subcommand_from filter' -l color -x -a 'auto always never' -d 'Colours in text: on a terminal unless NO_COLOR is set, always, or never.'

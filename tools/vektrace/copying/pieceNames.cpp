@@ -1,6 +1,7 @@
 #include "tools/vektrace/copying/pieceNames.h"
 
 #include <fmt/format.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -25,6 +26,10 @@ void removeEnd(std::string& text, std::string_view end) {
     }
 }
 
+std::filesystem::path folderOf(const std::filesystem::path& prefix) {
+    return prefix.has_parent_path() ? prefix.parent_path() : ".";
+}
+
 /// How many digits number the piece; 0 where the name is not that of one.
 size_t digitsOf(std::string_view name, std::string_view prefix) {
     const size_t around = prefix.size() + 1 + SUFFIX.size();
@@ -42,15 +47,14 @@ size_t digitsOf(std::string_view name, std::string_view prefix) {
 template <class Wants>
 std::vector<std::string> findPieces(const std::string& prefix, const Wants& wants) {
     const std::filesystem::path path(prefix);
-    const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
     const std::string begin = path.filename().string();
     std::vector<std::string> found;
     std::error_code ignored;
-    for (std::filesystem::directory_iterator entry(folder, ignored), end; entry != end;
+    for (std::filesystem::directory_iterator entry(folderOf(path), ignored), end; entry != end;
          entry.increment(ignored)) {
         const std::string name = entry->path().filename().string();
         if (wants(digitsOf(name, begin))) {
-            found.push_back((path.parent_path() / name).string());
+            found.push_back(prefix.substr(0, prefix.size() - begin.size()) + name);
         }
     }
     std::sort(found.begin(), found.end());
@@ -77,6 +81,15 @@ std::string piecePrefix(const std::string& trace) {
     removeEnd(prefix, ".zst");
     removeEnd(prefix, SUFFIX);
     return prefix;
+}
+
+pieceKey_t pieceKey(const std::string& prefix) {
+    const std::filesystem::path path(prefix);
+    struct stat folder = {};
+    if (stat(folderOf(path).c_str(), &folder) != 0) {
+        return {0, 0, prefix};  // whoever opens the trace tells why
+    }
+    return {folder.st_dev, folder.st_ino, path.filename().string()};
 }
 
 std::vector<std::string> existingPieces(const std::string& prefix, uint64_t digits) {

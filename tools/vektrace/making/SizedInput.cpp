@@ -11,6 +11,7 @@
 #include <limits>
 
 #include "tools/vektrace/program/inputs.h"
+#include "tools/vektrace/program/waiting.h"
 
 namespace vek::program {
 
@@ -74,13 +75,7 @@ void SizedInput::spool() {
 
 void SizedInput::readSome(const FileDescriptor& from, byteVec_t& piece, uint64_t most) {
     piece.resize(static_cast<size_t>(std::min<uint64_t>(most, INPUT_PIECE)));
-    ssize_t count = -1;
-    do {
-        if (session.stopped()) {
-            throw Interrupted();
-        }
-        count = ::read(from.get(), piece.data(), piece.size());
-    } while (count == -1 && errno == EINTR);
+    const ssize_t count = readWaiting(session, from.get(), piece.data(), piece.size());
     if (count == -1) {
         failReading(from, errno);
     }

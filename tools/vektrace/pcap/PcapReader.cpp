@@ -11,6 +11,7 @@
 
 #include "tools/vektrace/program/inputs.h"
 #include "tools/vektrace/program/timeUnits.h"
+#include "tools/vektrace/program/waiting.h"
 
 namespace vek::program {
 
@@ -62,8 +63,9 @@ PcapReader::PcapReader(Session& _session, const std::string& path, int linkType,
 void PcapReader::checkLinkType(int linkType) const {
     const int found = pcap_datalink(handle.get());
     if (found != linkType) {
-        throw Failure(displayName, std::string("its packets are ") +
-                                       pcap_datalink_val_to_description_or_dlt(found) + ", not " +
+        // libpcap has one buffer for the text of all types that it does not know.
+        const std::string text = pcap_datalink_val_to_description_or_dlt(found);
+        throw Failure(displayName, "its packets are " + text + ", not " +
                                        pcap_datalink_val_to_description_or_dlt(linkType));
     }
 }
@@ -113,14 +115,7 @@ void PcapReader::check() const {
 }
 
 ssize_t PcapReader::readSome(char* bytes, size_t length) {
-    ssize_t result = -1;
-    do {
-        if (session.stopped()) {
-            errno = EINTR;
-            return -1;
-        }
-        result = read(file.get(), bytes, length);
-    } while (result == -1 && errno == EINTR);
+    const ssize_t result = readWaiting(session, file.get(), bytes, length);
     if (result > 0) {
         bytesRead += static_cast<uint64_t>(result);
         progress.advance(static_cast<uint64_t>(result));

@@ -32,7 +32,7 @@ struct Packet {
 class PcapReader {
 public:
     /// "-" is standard input. `progress` is told what is read. Throws Failure where there is no
-    /// capture of this link type.
+    /// capture of this link type, and Interrupted when the session was stopped.
     PcapReader(Session& session, const std::string& path, int linkType, Progress& progress);
     PcapReader(const PcapReader&) = delete;
     PcapReader& operator=(const PcapReader&) = delete;

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "tools/vektrace/program/errors.h"
+#include "tools/vektrace/program/signals.h"
 
 namespace vek::program {
 
@@ -16,13 +17,16 @@ class FileDescriptor {
 public:
     explicit FileDescriptor(int standardStream) : fd(standardStream) {}
     /// What was just opened as `name`, and is closed in the end; -1 with errno where that failed. Throws
-    /// Failure.
+    /// Failure, and Interrupted where a signal that asks for an end ended the opening, as of a named pipe.
     FileDescriptor(int opened, const std::string& name) : fd(opened), owned(true) {
+        if (fd == -1 && errno == EINTR && stopFlag()) {
+            throw Interrupted();
+        }
         if (fd == -1) {
             throw Failure(name, systemReason(errno));
         }
     }
-    /// Throws Failure.
+    /// Throws like the one above.
     FileDescriptor(const std::string& path, int flags)
         : FileDescriptor(open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY), path) {}
     ~FileDescriptor() {

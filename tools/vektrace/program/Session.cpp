@@ -1,27 +1,39 @@
 #include "tools/vektrace/program/Session.h"
 
+#include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstddef>
-
 #include <cstdlib>
 #include <string_view>
 
 #include "tools/vektrace/program/escape.h"
 #include "tools/vektrace/program/signals.h"
+#include "tools/vektrace/program/waiting.h"
 
 namespace vek::program {
 
 namespace {
 
-/// Standard error is the last place to complain, so what cannot be written there is dropped.
+/// Standard error is the last place to complain, so what cannot be written there is dropped; once a
+/// signal came, also what would have to wait for its reader.
 void writeToStandardError(std::string_view text) {
     while (!text.empty()) {
-        const ssize_t count = write(STDERR_FILENO, text.data(), text.size());
-        if (count >= 0) {
+        if (!isReadySoon(STDERR_FILENO, POLLOUT)) {
+            if (stopFlag()) {
+                return;
+            }
+            continue;
+        }
+        // So much a pipe that is ready takes without waiting.
+        const size_t piece = std::min<size_t>(text.size(), PIPE_BUF);
+        const ssize_t count = write(STDERR_FILENO, text.data(), piece);
+        if (count > 0) {
             text.remove_prefix(static_cast<size_t>(count));
-        } else if (errno != EINTR) {
+        } else if (count == 0 || stopFlag() || (errno != EINTR && errno != EAGAIN)) {
             return;
         }
     }

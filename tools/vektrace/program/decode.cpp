@@ -24,7 +24,7 @@ std::string reasonOf(const InvalidMessage& message) {
         case IM_INVALID_PARAMETER:
             return "invalid parameter";
         default:
-            return "not decodable";
+            return fmt::format("cause {}", static_cast<int>(message.getCause()));
     }
 }
 
@@ -34,24 +34,24 @@ const InvalidMessage* asInvalid(const MessageBase& message) {
                                                    : nullptr;
 }
 
-Decoded judge(const TraceSpan& record, std::unique_ptr<MessageBase> message) {
-    Decoded result;
-    if (message == nullptr) {
-        result.decoding = DECODING_REFUSED;
-        result.reason = "its decoder returned no message";
-    } else if (const InvalidMessage* const invalid = asInvalid(*message)) {
-        const bool refused = isRegistered(record);
-        result.decoding = refused ? DECODING_REFUSED : DECODING_UNREGISTERED;
-        result.reason = refused ? reasonOf(*invalid) : "";
-    }
-    result.message = std::move(message);
-    return result;
+/// For a creator that gave no message: with one in its place that shows the reason and the payload.
+Decoded refused(const TraceSpan& record, const std::string& reason) {
+    auto message = std::make_unique<InvalidMessage>(record.record(), record.recordLength());
+    message->setDescription(("Not decodable, " + reason).c_str());
+    return {DECODING_REFUSED, std::move(message), reason};
 }
 
-Decoded failed(const std::string& reason) {
+Decoded judge(const TraceSpan& record, std::unique_ptr<MessageBase> message) {
+    if (message == nullptr) {
+        return refused(record, "its decoder returned no message");
+    }
     Decoded result;
-    result.decoding = DECODING_REFUSED;
-    result.reason = "its decoder failed: " + reason;
+    if (const InvalidMessage* const invalid = asInvalid(*message)) {
+        const bool registered = isRegistered(record);
+        result.decoding = registered ? DECODING_REFUSED : DECODING_UNREGISTERED;
+        result.reason = registered ? reasonOf(*invalid) : "";
+    }
+    result.message = std::move(message);
     return result;
 }
 
@@ -67,9 +67,9 @@ Decoded decode(const TraceSpan& record) {
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& e) {
-        return failed(e.what());
+        return refused(record, std::string("its decoder failed: ") + e.what());
     } catch (...) {
-        return failed("unknown exception");
+        return refused(record, "its decoder failed: unknown exception");
     }
 }
 

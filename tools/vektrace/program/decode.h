@@ -20,8 +20,7 @@ enum decoding_t : int {
 
 struct Decoded {
     decoding_t decoding = DECODING_DONE;
-    /// The message, or the InvalidMessage that stands in for it. Null only where a creator gave
-    /// nothing or threw something unexpected.
+    /// The message, or the InvalidMessage that stands in for it; never null.
     std::unique_ptr<MessageBase> message;
     std::string reason;  ///< why it was refused, in lower case; otherwise empty
 };

@@ -134,11 +134,11 @@ bool Input::read(TraceSpan& span) {
 }
 
 void forEachInput(Session& session, const InputOptions& options,
-                  const std::function<void(Input&)>& visit) {
+                  const std::function<void(Input&)>& visit, const std::function<bool()>& isDone) {
     const std::vector<std::string> paths = inputPaths(options);
     Progress progress(session, options.follow ? 0 : totalSize(paths));
     for (const std::string& path : paths) {
-        if (session.stopped()) {
+        if (session.stopped() || isDone()) {
             return;
         }
         std::unique_ptr<Input> input;
@@ -147,6 +147,8 @@ void forEachInput(Session& session, const InputOptions& options,
         } catch (const Failure& e) {
             session.error(e.what());
             continue;
+        } catch (const Interrupted&) {
+            return;  // as when a signal comes while one is read
         }
         visit(*input);
     }

@@ -45,7 +45,7 @@ uint64_t totalSize(const std::vector<std::string>& paths);
 /// One open trace.
 class Input {
 public:
-    /// `progress`, where not null, is told what is read. Throws Failure.
+    /// `progress`, where not null, is told what is read. Throws like FileDescriptor.
     Input(Session& session, const std::string& path, const InputOptions& options,
           Progress* progress = nullptr);
 
@@ -73,8 +73,9 @@ private:
 };
 
 /// Opens the inputs one after the other for `visit`, and shows the progress. One that cannot be
-/// opened is told to the session and left out.
-void forEachInput(Session& session, const InputOptions& options,
-                  const std::function<void(Input&)>& visit);
+/// opened is told to the session and left out. Once `isDone` none is opened any more.
+void forEachInput(
+    Session& session, const InputOptions& options, const std::function<void(Input&)>& visit,
+    const std::function<bool()>& isDone = [] { return false; });
 
 }  // namespace vek::program

@@ -12,6 +12,7 @@
 #include <system_error>
 
 #include "tools/vektrace/program/inputs.h"
+#include "tools/vektrace/program/waiting.h"
 
 namespace vek::program {
 
@@ -190,8 +191,7 @@ void TextOutput::writeOut(size_t length) {
             throw Interrupted();
         } else if (errno == EAGAIN) {
             // Whoever opened the other end wants no waiting, but has no room either.
-            pollfd asked = {STDOUT_FILENO, POLLOUT, 0};
-            poll(&asked, 1, -1);
+            static_cast<void>(isReadySoon(STDOUT_FILENO, POLLOUT));
         }
     }
     buffer.erase(0, length);

@@ -78,6 +78,7 @@ private:
     std::string_view rest;
 };
 
+constexpr char BEFORE_1970[] = "traces begin in 1970";
 constexpr uint64_t MAX_SECONDS = std::numeric_limits<uint64_t>::max() / MICROSECONDS_PER_SECOND;
 
 /// Throws where 64 bits do not hold the microseconds.
@@ -102,20 +103,24 @@ uint64_t daysOfMonth(uint64_t year, uint64_t month) {
 }
 
 /// Days since 1970. Years begin in March here, so that a leap day is the last of its year.
-uint64_t daysSince1970(uint64_t year, uint64_t month, uint64_t day) {
+int64_t daysSince1970(uint64_t year, uint64_t month, uint64_t day) {
     const uint64_t y = month > 2 ? year : year - 1;
     const uint64_t m = month > 2 ? month - 3 : month + 9;
-    return 365 * y + y / 4 - y / 100 + y / 400 + (153 * m + 2) / 5 + day - 1 - DAYS_BEFORE_1970;
+    const uint64_t days = 365 * y + y / 4 - y / 100 + y / 400 + (153 * m + 2) / 5 + day - 1;
+    return static_cast<int64_t>(days) - static_cast<int64_t>(DAYS_BEFORE_1970);
 }
 
-uint64_t parseDate(Pieces& pieces) {
+int64_t parseDate(Pieces& pieces) {
     const uint64_t year = pieces.number(4, 6, 999'999);
     pieces.need('-');
     const uint64_t month = pieces.number(2, 2, 12);
     pieces.need('-');
     const uint64_t day = pieces.number(2, 2, 31);
-    if (year < 1970 || month == 0 || day == 0 || day > daysOfMonth(year, month)) {
-        pieces.fail(year < 1970 ? "traces begin in 1970" : "there is no such day");
+    if (year < 1969) {  // whose end is 1970 in UTC where the clock is behind
+        pieces.fail(BEFORE_1970);
+    }
+    if (month == 0 || day == 0 || day > daysOfMonth(year, month)) {
+        pieces.fail("there is no such day");
     }
     return daysSince1970(year, month, day);
 }
@@ -145,18 +150,18 @@ int64_t parseOffset(Pieces& pieces) {
 }
 
 uint64_t parseMoment(Pieces& pieces) {
-    const uint64_t midnight = parseDate(pieces) * SECONDS_PER_DAY;
-    if (pieces.atEnd()) {
-        return microseconds(pieces, midnight, 0);
+    int64_t seconds = parseDate(pieces) * static_cast<int64_t>(SECONDS_PER_DAY);
+    uint64_t fraction = 0;
+    if (!pieces.atEnd()) {
+        if (!pieces.take('T') && !pieces.take('t')) {
+            pieces.need(' ');
+        }
+        seconds += static_cast<int64_t>(parseTimeOfDay(pieces));
+        fraction = pieces.fraction();
+        seconds -= parseOffset(pieces);
     }
-    if (!pieces.take('T') && !pieces.take('t')) {
-        pieces.need(' ');
-    }
-    const auto clock = static_cast<int64_t>(midnight + parseTimeOfDay(pieces));
-    const uint64_t fraction = pieces.fraction();
-    const int64_t seconds = clock - parseOffset(pieces);
     if (seconds < 0) {
-        pieces.fail("traces begin in 1970");
+        pieces.fail(BEFORE_1970);
     }
     return microseconds(pieces, static_cast<uint64_t>(seconds), fraction);
 }

@@ -30,15 +30,17 @@ void appendFraction(std::string& out, uint64_t microseconds, unsigned precision)
 }
 
 /// The calendar repeats itself every 400 years, which keeps the count of days in dateFromDays's range.
-detail::Date dateOfDay(uint64_t daysSince1970) {
-    const uint64_t days = daysSince1970 + DAYS_BEFORE_1970;
+detail::Date dateOfDay(uint64_t days) {
     detail::Date date = detail::dateFromDays(static_cast<uint32_t>(days % DAYS_OF_400_YEARS));
     date.year += static_cast<uint32_t>(days / DAYS_OF_400_YEARS * 400);
     return date;
 }
 
-/// Date and time of day of these seconds since 1970, with `separator` between them.
-void appendCalendar(std::string& out, uint64_t seconds, char separator) {
+/// Date and time of day of these seconds since 1970, with `separator` between them. Local time may
+/// lie before that.
+void appendCalendar(std::string& out, int64_t secondsSince1970, char separator) {
+    constexpr auto SECONDS_BEFORE_1970 = static_cast<int64_t>(DAYS_BEFORE_1970 * SECONDS_PER_DAY);
+    const auto seconds = static_cast<uint64_t>(secondsSince1970 + SECONDS_BEFORE_1970);
     const detail::Date date = dateOfDay(seconds / SECONDS_PER_DAY);
     const auto second = static_cast<uint32_t>(seconds % SECONDS_PER_DAY);
     char text[detail::CALENDAR_ROOM];
@@ -49,17 +51,16 @@ void appendCalendar(std::string& out, uint64_t seconds, char separator) {
     out[out.size() - sizeof "HH:MM:SS"] = separator;
 }
 
-/// Not within the first day: local time may lie before 1970 there, which is shown as UTC.
 bool toLocal(uint64_t seconds, tm& local) {
     const auto count = static_cast<time_t>(seconds);
-    return seconds >= SECONDS_PER_DAY && count >= 0 && static_cast<uint64_t>(count) == seconds &&
+    return count >= 0 && static_cast<uint64_t>(count) == seconds &&
            localtime_r(&count, &local) != nullptr;
 }
 
 }  // namespace
 
 void appendUtc(std::string& out, timeStamp_t stamp, unsigned precision, char separator) {
-    appendCalendar(out, stamp / MICROSECONDS_PER_SECOND, separator);
+    appendCalendar(out, static_cast<int64_t>(stamp / MICROSECONDS_PER_SECOND), separator);
     appendFraction(out, stamp, precision);
 }
 
@@ -72,8 +73,7 @@ void appendLocal(std::string& out, timeStamp_t stamp, unsigned precision) {
         return;
     }
     const int64_t minutes = local.tm_gmtoff / 60;
-    appendCalendar(out, static_cast<uint64_t>(static_cast<int64_t>(seconds) + local.tm_gmtoff),
-                   ' ');
+    appendCalendar(out, static_cast<int64_t>(seconds) + local.tm_gmtoff, ' ');
     appendFraction(out, stamp, precision);
     fmt::format_to(std::back_inserter(out), "{}{:02}:{:02}", minutes < 0 ? '-' : '+',
                    std::abs(minutes) / 60, std::abs(minutes) % 60);

@@ -42,7 +42,7 @@ public:
         row.add(uint64_t{reservedOf(span)});
         row.add(decodingWord(decoded.decoding));
         addEscaped(decoded.reason);
-        addEscaped(decoded.message == nullptr ? std::string_view() : text.render(*decoded.message));
+        addEscaped(text.render(*decoded.message));
         end(payloadOf(span), payloadLength(span));
     }
 

@@ -30,9 +30,7 @@ public:
         if (decoded.decoding == DECODING_REFUSED) {
             addEscaped("reason", decoded.reason);
         }
-        if (decoded.message != nullptr) {
-            addEscaped("text", text.render(*decoded.message));
-        }
+        addEscaped("text", text.render(*decoded.message));
         end(payloadOf(span), payloadLength(span));
     }
 

@@ -9,7 +9,6 @@
 
 #include "tools/vektrace/program/MessageText.h"
 #include "tools/vektrace/program/escape.h"
-#include "tools/vektrace/program/identifier.h"
 #include "tools/vektrace/verbs/dumpFormat.h"
 
 namespace vek::program {
@@ -56,12 +55,6 @@ public:
 
 private:
     void appendRecord(const TraceSpan& span, const Decoded& decoded) {
-        if (decoded.message == nullptr) {
-            times.append(line, timeOf(span));
-            appendEscaped(line, fmt::format("  Not decodable: Id={}, {}",
-                                            identifierNumber(identifierOf(span)), decoded.reason));
-            return;
-        }
         const std::string_view message = text.render(*decoded.message);
         if (look.times == TIMES_UTC && look.precision == MAX_PRECISION) {
             appendEscaped(line, message);

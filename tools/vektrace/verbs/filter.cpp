@@ -128,7 +128,9 @@ public:
           last(options.last, readTwice ? ROOM_BESIDE_FILES : ROOM_BESIDE_PIPES) {}
 
     void run() {
-        forEachInput(session, options.inputs, [this](Input& input) { read(input); });
+        forEachInput(
+            session, options.inputs, [this](Input& input) { read(input); },
+            [this] { return isDone(); });
         if (options.last > 0 && !session.stopped()) {
             writeLast();
         }
@@ -262,9 +264,9 @@ constexpr char FILTER_DETAILS[] =
     "With a condition only records are copied: bytes that are no record are dropped and "
     "reported, and the status is 3. Inputs with and without sync markers do not go into one "
     "output then.\n"
-    "TIME is RFC 3339 text (2009-02-13T23:31:30Z; UTC where no zone is named), a date, @SECONDS "
-    "since 1970, or +SECONDS "
-    "from the first record of the first input.\n"
+    "TIME is RFC 3339 text with six decimal places at most (2009-02-13T23:31:30Z; UTC where no "
+    "zone is named), a date, @SECONDS since 1970, or +SECONDS from the first record of the first "
+    "input.\n"
     "--last keeps up to 4 MiB of records while it reads files, and reads them a second time "
     "where that is not enough, also standard input where it is a file; of a pipe it keeps up to "
     "64 MiB, and is an error beyond.";
@@ -286,8 +288,9 @@ void addFilter(CLI::App& program, Session& session) {
     addBound(verb, "--to", options->to, "Only records before this time.");
     verb.add_flag("--undecodable", options->undecodable,
                   "Only records that no message class decodes.");
-    CLI::Option* const first = addCount(verb, "--first", options->first,
-                                        "Of these the first N; what follows is not read.");
+    CLI::Option* const first =
+        addCount(verb, "--first", options->first,
+                 "Of these the first N; what follows is not read, and no further input opened.");
     addCount(verb, "--last", options->last, "Of these the last N.")->excludes(first);
     verb.footer(FILTER_DETAILS);
 }

@@ -43,7 +43,7 @@ void examine(Input& input, InfoFormat& format, Session& session) {
     }
     gaps.finish();
     if (session.stopped()) {
-        throw Interrupted();
+        return;
     }
     if (statistics.losses.any()) {
         session.worsen(STATUS_LOSS);

@@ -67,6 +67,9 @@ public:
 
     void run() {
         forEachInput(session, options.inputs, [this](Input& input) { read(input); });
+        if (session.stopped()) {
+            throw Interrupted();
+        }
         ledgerFile.write(totals);
         if (session.status() == STATUS_FAILED && records.records() == 0) {
             session.note(

@@ -1,11 +1,13 @@
 #include <algorithm>
 #include <cerrno>
-#include <cstddef>
 #include <cstdint>
+#include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -30,6 +32,14 @@ struct SplitOptions {
     int rules = 0;  ///< how many the command line gives
 };
 
+/// It could lead to another piece.
+void refuseLink(const std::string& piece) {
+    std::error_code error;
+    if (std::filesystem::is_symlink(piece, error)) {
+        throw Failure(piece, "is a symbolic link, which no piece is written through");
+    }
+}
+
 /// The pieces of one trace.
 class Pieces {
 public:
@@ -49,6 +59,7 @@ public:
                                              " can number, and ends before byte " +
                                              std::to_string(offset) + "; --digits gives room");
         }
+        refuseLink(nameOf(count + 1));  // also where the folder could not be listed before
         output = std::make_unique<Output>(session, OutputOptions{nameOf(count + 1), force}, inputs);
         beginning = offset;
     }
@@ -79,12 +90,15 @@ public:
     /// The gaps, or parts of them, that are in finished pieces.
     const GapTotals& gaps() const { return gapsKept; }
 
-    /// Tells of pieces that were there before and were not replaced.
+    /// Tells of what was there before, was not replaced and is named like a piece.
     void reportLeftovers() const {
         const std::vector<std::string> found = existingPieces(prefix, digits);
-        if (found.size() > count) {
-            session.note(failureText(found[static_cast<size_t>(count)],
-                                     "is a piece of an earlier run, as is what follows"));
+        if (!found.empty() && found.front() == nameOf(0)) {
+            session.note(failureText(found.front(), "is no piece, but in front of them"));
+        }
+        const auto behind = std::upper_bound(found.begin(), found.end(), nameOf(count));
+        if (behind != found.end()) {
+            session.note(failureText(*behind, "is a piece of an earlier run, as is what follows"));
         }
     }
 
@@ -149,15 +163,13 @@ void checkOptions(const SplitOptions& options, const std::vector<std::string>& p
     if (!options.prefix && std::count(paths.begin(), paths.end(), "-") > 0) {
         throw UsageError("--output must name the pieces of standard input");
     }
-    std::vector<std::string> prefixes;
-    prefixes.reserve(paths.size());
+    std::map<pieceKey_t, std::string> inputs;
     for (const std::string& path : paths) {
-        prefixes.push_back(prefixOf(options, path));
-    }
-    std::sort(prefixes.begin(), prefixes.end());
-    const auto twice = std::adjacent_find(prefixes.begin(), prefixes.end());
-    if (twice != prefixes.end()) {
-        throw UsageError("the pieces of two inputs would be named " + *twice);
+        const auto [other, isNew] = inputs.emplace(pieceKey(prefixOf(options, path)), path);
+        if (!isNew) {
+            throw UsageError("the pieces of " + other->second + " and " + path +
+                             " would be the same files");
+        }
     }
     if (options.prefix && options.prefix->empty()) {
         throw Failure("", systemReason(ENOENT));  // as an output that other verbs cannot make
@@ -174,6 +186,14 @@ void checkExisting(const SplitOptions& options, const std::vector<std::string>& 
                                               " would not be in order beside it");
         }
         for (const std::string& piece : existingPieces(prefix, options.digits)) {
+            if (piece == pieceName(prefix, 0, options.digits)) {
+                if (!options.force) {
+                    throw Failure(piece,
+                                  "exists in front of the pieces; --force lets it stay there");
+                }
+                continue;
+            }
+            refuseLink(piece);
             if (!options.force) {
                 throw Failure(piece, "exists; --force replaces it");
             }
