@@ -7,7 +7,7 @@ CDPATH='' cd -- "$(dirname "${BASH_SOURCE[0]}")/.."
 # What a build of the libraries, the program, tests and examples takes on a Debian machine.
 # shellcheck disable=SC2034  # the scripts that source this use it
 BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libgtest-dev libpcap-dev zlib1g-dev libzstd-dev
-    libcli11-dev libfmt-dev rapidjson-dev python3 python3-jsonschema)
+    libcli11-dev libfmt-dev rapidjson-dev python3 python3-jsonschema locales)
 
 say() { printf '\n== %s\n' "$*"; }
 

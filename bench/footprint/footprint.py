@@ -35,6 +35,8 @@ class Library:
             )
             if found and "A" in found.group(3):
                 self.add(found.group(1), int(found.group(2), 16), found.group(3))
+        if self.code == 0:
+            sys.exit(f"{path}: no section with code is found in what readelf tells")
         relocations = output("readelf", "-rW", path)
         self.relocations = len(re.findall(r"^[0-9a-f]+ +[0-9a-f]+ +R_", relocations, re.MULTILINE))
 
