@@ -107,7 +107,8 @@ Content unzstd(const byteVec_t& file) {
                 return content;
             }
             content.bytes.insert(content.bytes.end(), part.data(), part.data() + out.pos);
-            full = out.pos == out.size;
+            // Behind its last byte a frame has nothing more to give: asked again, the next would begin.
+            full = wanted > 0 && out.pos == out.size;
         }
     }
     content.whole = wanted == 0;
