@@ -35,9 +35,10 @@ need_packages() {
         root=(sudo)
     fi
     say "installing ${missing[*]}"
-    "${root[@]}" apt-get update -qq
-    "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -qq -y --no-install-recommends "${missing[@]}" >/dev/null
+    # A mirror may lack one list for a while: what counts is that the packages are found.
+    "${root[@]}" apt-get update -qq || say "not all lists of packages could be fetched"
+    "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -o Acquire::Retries=3 \
+        install -qq -y --no-install-recommends "${missing[@]}" >/dev/null
 }
 
 # configure PRESET: into build/PRESET, with Ninja when it is there. Warnings are errors in
