@@ -230,7 +230,7 @@ private:
         const uint64_t offset = word(*segment, 4, 8);
         needRange(offset, word(*segment, 16, 32));
         const auto from =
-            file.begin() + static_cast<ptrdiff_t>(offset + address - word(*segment, 8, 16));
+            file.begin() + static_cast<ptrdiff_t>(offset + (address - word(*segment, 8, 16)));
         return {from, from + static_cast<ptrdiff_t>(length)};
     }
 

@@ -276,6 +276,17 @@ number_t read(const std::string& text) {
     return accepted([&] { return parseTime(text).microseconds; });
 }
 
+/// In the zone that setTimeZone sets.
+void checkLocal(const std::string& local, uint64_t stamp) {
+    const std::string zone = local.substr(local.size() - 6);
+    const uint64_t hours = zone == "-05:00" ? 5 : zone == "-04:00" ? 4 : 0;
+    const bool beyondSystem = sizeof(time_t) < 8 && stamp / 1000000 > INT32_MAX;
+    require(beyondSystem ? zone == "+00:00" : hours > 0, "local time is that of its zone");
+    const uint64_t behind = hours * 3600000000;
+    require(stamp < behind || local == plainUtc(stamp - behind, ' ') + zone,
+            "local time is as far from UTC as it tells");
+}
+
 void checkTimeText(Script& script) {
     const timeStamp_t stamp = script.number(8);
     const timeStamp_t other = script.number(8);
@@ -290,6 +301,7 @@ void checkTimeText(Script& script) {
     std::string local;
     appendLocal(local, stamp);
     require(read(local) == stamp, "local time reads back");
+    checkLocal(local, stamp);
     std::string seconds = "@";
     appendSeconds(seconds, stamp);
     require(read(seconds) == stamp, "seconds read back");
@@ -538,9 +550,9 @@ void checkCsv(Script& script) {
     }
 }
 
-/// Behind UTC, where the first hours of 1970 are in the year before.
+/// Behind UTC, where the first hours of 1970 are in the year before, and by seconds that are not shown.
 void setTimeZone() {
-    setenv("TZ", "EST5EDT,M3.2.0,M11.1.0", 1);
+    setenv("TZ", "EST5:00:30EDT,M3.2.0,M11.1.0", 1);
     tzset();
 }
 

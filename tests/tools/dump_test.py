@@ -165,6 +165,19 @@ class Times(Case):
             ["1969-12-31 20:30:00.000000-03:30", "1970-01-01 20:30:00.000000-03:30"],
         )
 
+    def test_local_is_as_far_from_utc_as_it_tells(self):
+        for zone, shown in (
+            ("DDD0:44:30", ["1969-12-31 23:16:00.000010-00:44", "2023-11-14 21:29:20.000000-00:44"]),
+            ("EEE-5:30:15", ["1970-01-01 05:30:00.000010+05:30", "2023-11-15 03:43:20.000000+05:30"]),
+            ("FFF0:00:30", ["1970-01-01 00:00:00.000010+00:00", "2023-11-14 22:13:20.000000+00:00"]),
+        ):
+            env = support.environment(TZ=zone)
+            self.assertEqual(self.times("--time=local", stamps=[10, BEGIN], env=env), shown)
+            for stamp, text in zip([10, BEGIN], shown):
+                self.write("in.vkt", record(CAN, stamp))
+                run = self.run_program("filter", "in.vkt", "--from", text, "-o", "-", expect=0)
+                self.assertEqual(run.out, record(CAN, stamp))
+
     def test_precision_cuts_off_and_never_rounds(self):
         expected = {
             "0": "2023-11-14 22:13:20",

@@ -72,8 +72,9 @@ void appendLocal(std::string& out, timeStamp_t stamp, unsigned precision) {
         out += "+00:00";
         return;
     }
+    // Of a zone whose offset has seconds the time is as far from UTC as is shown.
     const int64_t minutes = local.tm_gmtoff / 60;
-    appendCalendar(out, static_cast<int64_t>(seconds) + local.tm_gmtoff, ' ');
+    appendCalendar(out, static_cast<int64_t>(seconds) + minutes * 60, ' ');
     appendFraction(out, stamp, precision);
     fmt::format_to(std::back_inserter(out), "{}{:02}:{:02}", minutes < 0 ? '-' : '+',
                    std::abs(minutes) / 60, std::abs(minutes) % 60);

@@ -17,7 +17,8 @@ inline constexpr unsigned MAX_PRECISION = 6;
 void appendUtc(std::string& out, timeStamp_t stamp, unsigned precision = MAX_PRECISION,
                char separator = ' ');
 
-/// Appends the same in the process's local time, and how far that is from UTC: "+01:00".
+/// Appends the same in the process's local time, and how far that is from UTC: "+01:00". Seconds of
+/// this distance are left out of both, so that the text names the moment.
 void appendLocal(std::string& out, timeStamp_t stamp, unsigned precision = MAX_PRECISION);
 
 /// Appends "1234567890.123456".
