@@ -1,9 +1,12 @@
 // What holds for every compression. The formats are in the files beside this one.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 
+#include <algorithm>
+#include <random>
 #include <thread>
 
 #include "Compressor.h"
@@ -87,6 +90,27 @@ TEST_P(CompressedTrace, MayComeByteByByte) {
     const byteVec_t trace = traceOf(30);
     const byteVec_t input = GetParam().compress(trace);
     expectWhole(readingOfPieces(input + input), trace + trace);
+}
+
+TEST_P(CompressedTrace, MayGoOnWithManyBytesAtOnceBehindItsFirstOnes) {
+    std::mt19937 random(1);
+    byteVec_t noise(200000);  // which is not compressed
+    std::generate(noise.begin(), noise.end(), [&] { return static_cast<uint8_t>(random()); });
+    const byteVec_t input = GetParam().compress(noise);
+    const auto rest = input.begin() + 3;  // too few to tell the compression by
+    Pipe pipe;
+    ASSERT_GE(::fcntl(pipe.writing(), F_SETPIPE_SZ, static_cast<int>(input.size())), 0);
+    std::thread feeder([&] {
+        writeAll(pipe.writing(), {input.begin(), rest});
+        while (bytesIn(pipe.reading()) > 0) {
+            std::this_thread::yield();
+        }
+        writeAll(pipe.writing(), {rest, input.end()}, input.size());
+        pipe.closeWriting();
+    });
+    const Reading reading(pipe.reading());
+    feeder.join();
+    expectWhole(reading, noise);
 }
 
 TEST_P(CompressedTrace, IsNotFollowed) {
