@@ -221,6 +221,11 @@ TEST(UnmarkedInStep, EachKindOfBytesHasItsReason) {
               "not followed 14, record 14, record 14");
 }
 
+TEST(UnmarkedInStep, TheLongestRecordIsNoFillerThoughItsSizeIs) {
+    const byteVec_t longest = unmarkedRecord(MSGID_CAN, SOME_TIME, byteVec_t(65537 - 14, 0xFF));
+    EXPECT_EQ(unmarked({UNMARKED, longest, UNMARKED}), "record 14, record 65537, record 14");
+}
+
 TEST(UnmarkedInStep, AnUnknownIdentifierNeedsANearTime) {
     const byteVec_t near = unmarkedRecord(UNKNOWN, SOME_TIME + ONE_DAY);
     const byteVec_t far = unmarkedRecord(UNKNOWN, SOME_TIME + ONE_DAY + 1);
