@@ -221,6 +221,13 @@ TEST(UnmarkedInStep, EachKindOfBytesHasItsReason) {
               "not followed 14, record 14, record 14");
 }
 
+TEST(UnmarkedInStep, ACutHeaderHasASizeWhereThatIsNotCutToo) {
+    EXPECT_EQ(unmarked({UNMARKED, {0x21}}), "record 14, truncated 1");
+    EXPECT_EQ(unmarked({UNMARKED, {0x00, 12}}), "record 14, truncated 2");
+    EXPECT_EQ(unmarked({UNMARKED, {0x00, 11}}), "not followed 16");
+    EXPECT_EQ(unmarked({UNMARKED, {0x00, 11, 0x21}}), "not followed 17");
+}
+
 TEST(UnmarkedInStep, TheLongestRecordIsNoFillerThoughItsSizeIs) {
     const byteVec_t longest = unmarkedRecord(MSGID_CAN, SOME_TIME, byteVec_t(65537 - 14, 0xFF));
     EXPECT_EQ(unmarked({UNMARKED, longest, UNMARKED}), "record 14, record 65537, record 14");

@@ -366,6 +366,18 @@ TEST(TraceWriter, WritesToANamedPipeAsItIs) {
     EXPECT_EQ(folder.names(), names_t{"pipe"});
 }
 
+/// The number of the descriptor that is opened next.
+int nextDescriptor() { return Descriptor("/dev/null"); }
+
+TEST(TraceWriter, LeavesNoDescriptorToAProgramThatIsStarted) {
+    const TemporaryFolder folder;
+    for (const std::string& path : {folder.path("trace"), std::string("/dev/null")}) {
+        const int fd = nextDescriptor();
+        const TraceWriter writer(path);
+        EXPECT_EQ(::fcntl(fd, F_GETFD), FD_CLOEXEC) << path;
+    }
+}
+
 TEST(TraceWriter, WritesToADescriptorUnderItsNameInTheSystem) {
     const Pipe pipe;
     writeFile("/dev/fd/" + std::to_string(pipe.writing()), TraceWriter::EXISTING_REFUSE);
