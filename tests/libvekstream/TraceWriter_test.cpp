@@ -378,6 +378,23 @@ TEST(TraceWriter, LeavesNoDescriptorToAProgramThatIsStarted) {
     }
 }
 
+TEST(TraceWriter, TakesTheDescriptorOfAStandardInputThatIsClosed) {
+    const TemporaryFolder folder;
+    const Descriptor kept(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
+    ::close(STDIN_FILENO);
+    for (const bool commits : {false, true}) {
+        TraceWriter writer(folder.path("trace"));
+        EXPECT_EQ(::fcntl(STDIN_FILENO, F_GETFD), FD_CLOEXEC);
+        writer.write(CONTENT);
+        if (commits) {
+            writer.commit();
+        }
+    }
+    EXPECT_EQ(::fcntl(STDIN_FILENO, F_GETFD), -1);
+    ::dup2(kept, STDIN_FILENO);
+    EXPECT_EQ(folder.names(), names_t{"trace"});
+}
+
 TEST(TraceWriter, WritesToADescriptorUnderItsNameInTheSystem) {
     const Pipe pipe;
     writeFile("/dev/fd/" + std::to_string(pipe.writing()), TraceWriter::EXISTING_REFUSE);
