@@ -248,11 +248,8 @@ TEST(TraceReader, ThrowsTheSystemsReason) {
     expectFailure(Reading(9999), 0, EBADF);
     const Descriptor writeOnly(folder.write("file", {}), O_WRONLY);
     expectFailure(Reading(writeOnly), 0, EBADF);
-    int pipe[2];
-    ASSERT_EQ(::pipe(pipe), 0);
-    expectFailure(Reading(pipe[1]), 0, EBADF);
-    ::close(pipe[0]);
-    ::close(pipe[1]);
+    const Pipe pipe;
+    expectFailure(Reading(pipe.writing()), 0, EBADF);
 }
 
 /// One end of sockets that gives `content` and then fails.
