@@ -2,7 +2,6 @@
 /// Bytes as hex text, so that a test shows them as they stand in a record.
 #pragma once
 
-#include <cstdio>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -31,11 +30,14 @@ inline byteVec_t bytes(std::string_view hex) {
 
 /// Bytes as "00 0C 80 20".
 inline std::string hex(const uint8_t* data, size_t len) {
+    constexpr char DIGITS[] = "0123456789ABCDEF";
     std::string result;
     for (size_t i = 0; i < len; ++i) {
-        char digits[4];
-        std::snprintf(digits, sizeof digits, "%s%02X", i == 0 ? "" : " ", unsigned{data[i]});
-        result += digits;
+        if (i > 0) {
+            result += ' ';
+        }
+        result += DIGITS[data[i] >> 4];
+        result += DIGITS[data[i] & 15];
     }
     return result;
 }
