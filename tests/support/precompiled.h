@@ -1,6 +1,6 @@
 /// @file
-/// What nearly every test includes, compiled once where VEKTRACE_UNITY is on. Tests include what they
-/// use all the same, as the daily build does without this.
+/// What nearly every test includes, compiled once. Tests include what they use all the same: with
+/// CMAKE_DISABLE_PRECOMPILE_HEADERS they do without this.
 #pragma once
 
 #include <gtest/gtest.h>
